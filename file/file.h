@@ -1,0 +1,169 @@
+// The file system layer: file records, directory scans filtered by a
+// wildcard, existence tests, name splitting, user and group lookups, and the
+// operations that copy, move, create and remove files and trees while
+// reporting each step through two progress callbacks.
+//
+// Every path this layer composes (a scanned entry, a copy target, a
+// directory to create) lives in 256 characters, so at most 255 are used. A
+// composition that does not fit is never acted on: a scan skips such an
+// entry as it skips one whose status cannot be read, and a copy or a
+// directory creation aimed at it fails with its usual error text and the
+// system error "File name too long".
+#ifndef INSTALLER_FILE_FILE_H_
+#define INSTALLER_FILE_FILE_H_
+
+#include <dirent.h>
+#include <sys/stat.h>
+
+#include <memory>
+#include <string>
+
+namespace inst {
+
+// Size of a path buffer in characters, terminator included.
+constexpr int kFileNameSize = 256;
+// The unit in which copies read and count their bytes.
+constexpr int kCopyChunk = 8192;
+
+// One file: its path, the target of a symbolic link, and its status.
+struct File {
+  char name[kFileNameSize] = "";  // full path, at most 255 characters
+  // For a symbolic link the text it points to (at most 255 characters), or
+  // "READLINK FAILED" when it could not be read; empty for anything else.
+  std::string link;
+  // Status as lstat gives it: a link to a directory is not a directory.
+  struct stat info = {};
+};
+
+struct DirCloser {
+  void operator()(DIR* dir) const;
+};
+
+// A scan of one directory for names matching a wildcard.
+struct FHandle {
+  std::string path;                        // the directory being scanned
+  std::string wild;                        // the wildcard names must match
+  std::unique_ptr<DIR, DirCloser> handle;  // the open directory stream
+};
+
+// A progress callback: a path (the source or the directory), a second path
+// (the destination, or null) and a mode (1 for copies and creations, 0 for
+// removals).
+using FileFn = void (*)(const char* src, const char* dst, int mode);
+
+// A saved pair of progress callbacks.
+struct FSInf {
+  FileFn xok = nullptr;
+  FileFn xfail = nullptr;
+};
+
+// Scanning. A scan is written as: file_first; while a record is returned,
+// use it and call file_next(record, handle) until it returns 0; then
+// file_free(&record) and file_last(&handle). The same record is refilled for
+// every entry, so keep a copy (file_dup) of any entry you need later.
+//
+// Opens path and returns a new record for its first entry whose name matches
+// wild (case-sensitive; "*" matches every name, hidden ones too), skipping
+// "." and "..", and stores the new scan in *handle. Returns null with
+// *handle null when an argument is null, when the directory cannot be opened
+// (logged as "Error opening dir '%s'") or when nothing matches. Whatever
+// *handle held before is overwritten, not released.
+File* file_first(FHandle** handle, const char* path, const char* wild);
+// Refills file with the next matching entry and returns 1; returns 0 at the
+// end or for a null argument. Entries whose status cannot be read, or whose
+// full path does not fit in 255 characters, are skipped without a message.
+int file_next(File* file, FHandle* handle);
+// Closes the scan, releases it and sets *handle to null. Null is accepted.
+void file_last(FHandle** handle);
+// Releases the record and sets *file to null. Null is accepted.
+void file_free(File** file);
+
+// Reads the status of file->name without following links. For a symbolic
+// link also reads the link text; a failure there is logged as "Error reading
+// symlink '%s'" and leaves link "READLINK FAILED". Returns 1, or 0 when the
+// status cannot be read or file is null.
+int file_stat(File* file);
+// A new record for path (cut to 255 characters) filled by file_stat, or null
+// when path is null or has no status.
+File* file_existf(const char* path);
+// Follows links: 0 when path is null or has no status, 1 for anything that
+// is not a directory, 2 for a directory. Logs one debug line saying which,
+// except for a null path.
+int file_exist(const char* path);
+// A new record with the same name, link and status; null for null.
+File* file_dup(const File* file);
+// The record's path; null for null.
+const char* file_name(const File* file);
+// Writes into buffer the part of the name after its last '/' or '\' (all of
+// it when there is none), at most bfsz-1 characters. Returns buffer, or null
+// when file or buffer is null.
+char* file_filename(const File* file, char* buffer, int bfsz);
+// Writes into buffer the name cut before its last '/' or '\' (all of it when
+// there is none), at most bfsz-1 characters. Returns buffer, or null when
+// file or buffer is null.
+char* file_path(const File* file, char* buffer, int bfsz);
+// The numeric id of the named user, the named group, or the named user's
+// primary group; -1 when unknown or name is null.
+int file_getuid(const char* name);
+int file_getgid(const char* name);
+int file_usergid(const char* name);
+// Formats the text (cut to 999 characters) and logs it at error level
+// followed by ", " and the text of the current system error, even when no
+// error is set. errno is left as it was.
+void file_error(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+// Installs the two progress callbacks; either may be null (no call).
+void file_setup_fn(FileFn xok, FileFn xfail);
+// Installs the pair held in inf; nothing for null.
+void file_setup(const FSInf* inf);
+// Stores the current pair into inf so that it can be restored later.
+void file_old_setup(FSInf* inf);
+
+// Copies src to dst byte for byte; dst gets the process's default mode and
+// owner. Returns -1 without writing when overwrite is 0 and dst can be
+// opened for reading. Otherwise opens dst for writing before src for
+// reading. Returns 1 and calls ok(src, dst, 1) on success; on failure logs
+// the reason, leaves dst as far as it was written, calls fail(src, dst, 1)
+// and returns 0 (also for a null src or dst). Adds the bytes written to
+// *bytes when bytes is given.
+int file_copy(const char* src, const char* dst, int overwrite, unsigned long* bytes);
+// Copies the entries of directory path whose names match wild (null: "*")
+// and are not in the exclusion list into directory dst, creating dst when it
+// is missing. Directories are copied whole when recurse is set, else only
+// created. Returns the number of files copied plus directories created
+// (dst included); 0 when path or dst is null or dst cannot be created.
+int file_xcopy(const char* path, const char* wild, const char* exclude, const char* dst,
+               int recurse, unsigned long* bytes);
+// Copies src to dst as file_copy does, then removes src, also when the copy
+// was skipped because dst exists (this is deliberate). Returns 1; 0 when the
+// copy or the removal fails (the latter logged as "Error removing moved file
+// '%s'").
+int file_move(const char* src, const char* dst, int overwrite, unsigned long* bytes);
+// As file_xcopy, but files are moved (recurse doubles as the overwrite flag)
+// and, with recurse, each directory is moved and then removed. Returns the
+// count of files moved and directories created or removed.
+int file_xmove(const char* path, const char* wild, const char* exclude, const char* dst,
+               int recurse, unsigned long* bytes);
+// Creates dir (one trailing separator ignored) with mode 0775, and with
+// make_all each missing parent first, logging and reporting through ok every
+// directory made. Returns 1 when anything was made or dir already exists as
+// a directory; otherwise logs "Error creating directory '%s'", calls fail
+// once and returns 0.
+int file_mkdir(const char* dir, int make_all);
+// Removes directory dir; with recurse, first everything in it whose name is
+// not in the exclusion list (which keeps an excluded entry's directories in
+// place). Each entry and dir itself are reported through ok or fail. Returns
+// the number of entries removed, dir included; logs nothing.
+int file_rmdir(const char* dir, const char* exclude, int recurse);
+// Sets the mode of file->name (following links). Returns 1; 0 for null or on
+// failure, logged as "Error changing mode of '%s' to %d".
+int file_chmod(const File* file, int mode);
+// Sets the owner of file->name (following links); a gid of -1 means the same
+// number as uid. Returns 1; 0 without a message for a null file or a uid of
+// -1; 0 on failure, logged as "Error changing ownership of '%s' to uid=%d,
+// gid=%d".
+int file_chown(const File* file, int uid, int gid);
+
+}  // namespace inst
+
+#endif  // INSTALLER_FILE_FILE_H_
