@@ -13,8 +13,11 @@ namespace inst {
 // the room left, so a conversion that does not fit is cut and keeps one place
 // free. Supported: flags "-+0 #", width and precision (digits or '*'), the
 // letters c C d i o u x X (int), e E f g G (double), s S (text; a null text
-// prints "(NULL)"), p (pointer); any other letter stores the count so far
-// through an int pointer, as %n does. There are no length modifiers.
+// prints "(NULL)"), p (pointer); C and S print as c and s do. Any other
+// character in the letter's place stores the count so far through an int
+// pointer, as %n does; there are no length modifiers. A '*' value is passed
+// on as taken, so a negative width left-justifies and a negative precision
+// counts as none. A format that ends inside a conversion writes nothing for it.
 // Returns the number of characters written and terminates the text, or -1
 // when plain characters filled the buffer (then it is not terminated).
 // Returns 0 for a null buffer or format.

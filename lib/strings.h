@@ -18,22 +18,22 @@ namespace inst {
 extern const unsigned char charmap[256];
 
 // Null-safe wrappers: the standard result, or the noted one for a null argument.
-size_t s_strlen(const char* s);                         // 0
-size_t s_strcspn(const char* s, const char* reject);    // 0
-int s_atoi(const char* s);                              // 0
-long s_atol(const char* s);                             // 0
-double s_atof(const char* s);                           // 0
+size_t s_strlen(const char* s);                                // 0
+size_t s_strcspn(const char* s, const char* reject);           // 0
+int s_atoi(const char* s);                                     // 0
+long s_atol(const char* s);                                    // 0
+double s_atof(const char* s);                                  // 0
 unsigned long s_strtoul(const char* s, char** end, int base);  // 0
-int s_strcmp(const char* a, const char* b);             // -1, also for two nulls
-int s_strncmp(const char* a, const char* b, size_t n);  // -1, also for two nulls
-const char* s_strchr(const char* s, int c);  // null; also null when c is '\0'
+int s_strcmp(const char* a, const char* b);                    // -1, also for two nulls
+int s_strncmp(const char* a, const char* b, size_t n);         // -1, also for two nulls
+const char* s_strchr(const char* s, int c);                    // null; also null when c is '\0'
 char* s_strchr(char* s, int c);
 const char* s_strstr(const char* s, const char* find);  // null
 char* s_strstr(char* s, const char* find);
-char* s_strdup(const char* s);                // null; otherwise a new[] copy
-char* s_strcpy(char* dst, const char* src);   // does nothing, returns dst
-char* s_strcat(char* dst, const char* src);   // does nothing, returns dst
-const char* str(const char* s);               // "" for null, so it can be printed
+char* s_strdup(const char* s);                      // null; otherwise a new[] copy
+char* s_strcpy(char* dst, const char* src);         // does nothing, returns dst
+char* s_strcat(char* dst, const char* src);         // does nothing, returns dst
+const char* str(const char* s);                     // "" for null, so it can be printed
 FILE* s_fopen(const char* path, const char* mode);  // null
 // Closes *stream and sets it to null; does nothing for null.
 void s_fclose(FILE** stream);
@@ -116,9 +116,11 @@ int isfalse(const char* s);
 
 // "%d" of n in a module buffer of 50 characters that the next call reuses.
 const char* number(int n);
-// Inserts thousands commas into the run of digits at the start of s, in
-// place, skipping places where a comma already stands. Returns s, or null
-// (s unchanged) when the result would reach size-1 characters.
+// Inserts thousands commas into the run of digits at the start of s (up to
+// the first character that is neither a digit nor a comma), in place,
+// counting three digits from the right of the run and skipping places where
+// a comma already stands, so a second call changes nothing. Returns s, or
+// null (s unchanged) when the result would reach size-1 characters.
 char* comma_number(char* s, int size);
 
 }  // namespace inst

@@ -1,6 +1,6 @@
 // Shell-like wildcard matching of names: '*' is any run of characters, '?'
 // exactly one; there is no escape and there are no character classes.
-// Nothing here allocates except the list forms.
+// Nothing here allocates; list items are matched where they stand.
 #ifndef INSTALLER_LIB_WILD_H_
 #define INSTALLER_LIB_WILD_H_
 
