@@ -24,8 +24,9 @@ char* attach_pathx(char* path, int size, ...) __attribute__((sentinel));
 // or null when path is null or size is 0. A null ext appends nothing.
 char* attach_ext(char* path, const char* ext, int size);
 // Cuts path at its last separator and copies what followed it into name
-// (when name is not null). Without a separator path becomes empty; so does
-// a path whose only separator is its first character. Returns path.
+// (when name is not null). Without a separator the whole text goes to name
+// and path becomes empty; a path whose only separator is its first
+// character becomes empty too. Returns path (null for null).
 char* strip_file(char* path, char* name, int size);
 // Removes everything up to and including the last separator. Returns path.
 char* strip_path(char* path);
@@ -38,18 +39,23 @@ int get_ext(char* ext, const char* path, int size);
 // The file-name part of argv0 up to its first dot. Returns buf.
 char* exename(char* buf, const char* argv0, int size);
 // The program's directory as an absolute path with "." and ".." resolved,
-// always written with '/'. Returns buf.
+// always written with '/' and without a trailing one (so a program in the
+// root directory gives the empty text). A relative argv0 is taken from the
+// working directory. Returns buf.
 char* exepath(char* buf, const char* argv0, int size);
-// The working directory without a trailing separator. Returns buf, or null
-// when buf is null or the directory does not fit (buf is then unchanged).
+// The working directory as the system gives it (no trailing separator except
+// for the root itself, "/"). Returns buf, or null when buf is null, the
+// directory cannot be read or it does not fit in size-1 characters (buf is
+// then unchanged).
 char* currentdir(char* buf, int size);
 // The system configuration directory, "/etc". Returns buf (null for null).
 char* systemdir(char* buf, int size);
 // Also "/etc", the same as systemdir() on purpose.
 char* windir(char* buf, int size);
 // A fresh, not yet existing file name in dir made from templ (at most 127
-// characters; "XXXXXX" when null) with its X's replaced; logged at debug
-// level. Returns buf (null for null).
+// characters; "XXXXXX" when null) with its trailing run of X's replaced by
+// random letters and digits; logged at debug level. Returns buf, or null for
+// a null buf or when no fresh name is found (buf is then empty).
 char* tempfile(char* buf, int size, const char* dir, const char* templ);
 
 }  // namespace inst

@@ -1,0 +1,286 @@
+// Path texts in caller buffers, and the program's name and directories.
+#include "lib/paths.h"
+
+#include <sys/stat.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdarg>
+#include <cstring>
+#include <new>
+#include <random>
+#include <string>
+
+#include "lib/log.h"
+#include "lib/strings.h"
+
+namespace inst {
+namespace {
+
+char Sep = '/';
+
+bool is_sep(char c) { return c == '/' || c == '\\'; }
+
+// The position of the last separator in s, or null when there is none.
+char* last_sep(char* s) {
+  char* found = nullptr;
+  for (; *s; ++s) {
+    if (is_sep(*s)) found = s;
+  }
+  return found;
+}
+
+// The file-name part of s: what follows its last separator.
+const char* file_part(const char* s) {
+  const char* name = s;
+  for (; *s; ++s) {
+    if (is_sep(*s)) name = s + 1;
+  }
+  return name;
+}
+
+// Length of the text in buf, looking at no more than limit characters.
+int bounded_length(const char* buf, int limit) {
+  int n = 0;
+  while (n < limit && buf[n]) ++n;
+  return n;
+}
+
+// Removes the dot components of an absolute path written with '/': "/."
+// goes away, "/.." takes the component before it along.
+void resolve_dots(char* buf) {
+  size_t i = 0;
+  while (buf[i]) {
+    if (buf[i] != '/' || buf[i + 1] != '.') {
+      ++i;
+      continue;
+    }
+    char after = buf[i + 2];
+    if (after == '/' || after == '\0') {
+      std::memmove(buf + i, buf + i + 2, std::strlen(buf + i + 2) + 1);
+    } else if (after == '.' && (buf[i + 3] == '/' || buf[i + 3] == '\0')) {
+      size_t start = i;
+      while (start > 0 && buf[start - 1] != '/') --start;
+      if (start > 0) --start;
+      std::memmove(buf + start, buf + i + 3, std::strlen(buf + i + 3) + 1);
+      i = start;
+    } else {
+      ++i;
+    }
+  }
+}
+
+// A letter or digit from a generator started from the clock, the process
+// id and the system's random device when it has one.
+char random_name_char() {
+  static const char kChars[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+  static std::mt19937_64 engine = [] {
+    unsigned long long start = static_cast<unsigned long long>(time(nullptr)) ^
+                               (static_cast<unsigned long long>(getpid()) << 32);
+    try {
+      std::random_device device;
+      start ^= (static_cast<unsigned long long>(device()) << 16) ^ device();
+    } catch (...) {
+      // Without a random device the clock and the process id must do.
+    }
+    return std::mt19937_64(start);
+  }();
+  return kChars[engine() % (sizeof kChars - 1)];
+}
+
+// Attempts at a fresh temporary name before giving up.
+constexpr int kTempAttempts = 1000;
+
+}  // namespace
+
+char usesep(char sep) {
+  Sep = sep;
+  return sep;
+}
+
+char* setsep(char* path, char sep) {
+  if (path == nullptr) return nullptr;
+  for (char* p = path; *p; ++p) {
+    if (is_sep(*p)) *p = sep;
+  }
+  return path;
+}
+
+char* attach_path(char* path, const char* name, int size) {
+  if (path == nullptr || size < 1) return nullptr;
+  int n = 0;
+  for (; n < size - 1 && path[n]; ++n) {
+    if (is_sep(path[n])) path[n] = Sep;
+  }
+  if (name == nullptr) return path;
+  bool path_ends_sep = n > 0 && (is_sep(path[n - 1]) || path[n - 1] == Sep);
+  if (is_sep(*name)) {
+    if (path_ends_sep) ++name;
+  } else if (n > 0 && !path_ends_sep && n < size - 1) {
+    path[n++] = Sep;
+  }
+  for (; n < size - 1 && *name; ++name) path[n++] = is_sep(*name) ? Sep : *name;
+  path[n] = '\0';
+  return n == 0 ? nullptr : path;
+}
+
+char* attach_pathx(char* path, int size, ...) {
+  if (path == nullptr || size < 1) return path;
+  va_list args;
+  va_start(args, size);
+  int n = 0;
+  path[0] = '\0';
+  for (const char* name = va_arg(args, const char*); name; name = va_arg(args, const char*)) {
+    if (n > 0) {
+      bool ends_sep = is_sep(path[n - 1]);
+      if (ends_sep && is_sep(*name)) {
+        ++name;
+      } else if (!ends_sep && !is_sep(*name) && n < size - 1) {
+        path[n++] = Sep;
+      }
+    }
+    n += scpy(path + n, name, size - n);
+  }
+  va_end(args);
+  path[n] = '\0';
+  return path;
+}
+
+char* attach_ext(char* path, const char* ext, int size) {
+  if (path == nullptr || size < 1) return nullptr;
+  if (ext == nullptr) return path;
+  int n = bounded_length(path, size - 1);
+  for (; n < size - 1 && *ext; ++ext) path[n++] = *ext;
+  path[n] = '\0';
+  return path;
+}
+
+char* strip_file(char* path, char* name, int size) {
+  if (path == nullptr) return nullptr;
+  char* sep = last_sep(path);
+  char* cut = sep ? sep : path;
+  if (name) scpy(name, sep ? sep + 1 : path, size);
+  *cut = '\0';
+  return path;
+}
+
+char* strip_path(char* path) {
+  if (path == nullptr) return nullptr;
+  char* sep = last_sep(path);
+  if (sep) std::memmove(path, sep + 1, std::strlen(sep + 1) + 1);
+  return path;
+}
+
+char* strip_ext(char* path) {
+  if (path == nullptr) return nullptr;
+  char* dot = nullptr;
+  for (char* p = path; *p; ++p) {
+    if (*p == '.') {
+      dot = p;
+    } else if (is_sep(*p)) {
+      dot = nullptr;
+    }
+  }
+  // A dot that opens the whole text (".profile") is a name, not an extension.
+  if (dot && dot != path) *dot = '\0';
+  return path;
+}
+
+int get_ext(char* ext, const char* path, int size) {
+  if (ext == nullptr || path == nullptr) return 0;
+  const char* dot = std::strchr(file_part(path), '.');
+  if (dot == nullptr) return 0;
+  return scpy(ext, dot + 1, size);
+}
+
+char* exename(char* buf, const char* argv0, int size) {
+  if (buf == nullptr || size < 1) return buf;
+  const char* name = file_part(str(argv0));
+  int n = 0;
+  for (; n < size - 1 && name[n] && name[n] != '.'; ++n) buf[n] = name[n];
+  buf[n] = '\0';
+  return buf;
+}
+
+char* exepath(char* buf, const char* argv0, int size) {
+  if (buf == nullptr || size < 1) return buf;
+  const char* arg = str(argv0);
+  int n = 0;
+  if (is_sep(arg[0]) || (arg[0] && arg[1] == ':')) {
+    buf[0] = '\0';
+  } else {
+    if (currentdir(buf, size) == nullptr) buf[0] = '\0';
+    n = bounded_length(buf, size - 1);
+    if (n < size - 1) buf[n++] = '/';
+  }
+  for (; n < size - 1 && *arg; ++arg) buf[n++] = is_sep(*arg) ? '/' : *arg;
+  buf[n] = '\0';
+  char* sep = last_sep(buf);
+  if (sep) *sep = '\0';
+  resolve_dots(buf);
+  n = static_cast<int>(std::strlen(buf));
+  if (n > 0 && buf[n - 1] == ':') {
+    if (n < size - 1) {
+      buf[n++] = '/';
+      buf[n] = '\0';
+    }
+  } else if (n > 0 && buf[n - 1] == '/') {
+    buf[n - 1] = '\0';
+  }
+  return buf;
+}
+
+char* currentdir(char* buf, int size) {
+  if (buf == nullptr) return nullptr;
+  // The directory is read into a buffer of its own, grown as needed, so that
+  // one too deep for the caller's buffer leaves that buffer untouched.
+  std::string dir;
+  try {
+    dir.resize(PATH_MAX);
+    while (getcwd(dir.data(), dir.size()) == nullptr) {
+      if (errno != ERANGE) return nullptr;
+      dir.resize(dir.size() * 2);
+    }
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+  size_t len = std::strlen(dir.c_str());
+  if (size < 1 || len > static_cast<size_t>(size) - 1) return nullptr;
+  std::memcpy(buf, dir.c_str(), len + 1);
+  return buf;
+}
+
+char* systemdir(char* buf, int size) {
+  if (buf == nullptr) return nullptr;
+  scpy(buf, "/etc", size);
+  return buf;
+}
+
+char* windir(char* buf, int size) { return systemdir(buf, size); }
+
+char* tempfile(char* buf, int size, const char* dir, const char* templ) {
+  if (buf == nullptr) return nullptr;
+  if (size < 1) return buf;
+  char name[128];
+  scpy(name, templ ? templ : "XXXXXX", sizeof name);
+  size_t len = std::strlen(name);
+  size_t first_x = len;
+  while (first_x > 0 && name[first_x - 1] == 'X') --first_x;
+  for (int attempt = 0; attempt < kTempAttempts; ++attempt) {
+    for (size_t i = first_x; i < len; ++i) name[i] = random_name_char();
+    scpy(buf, dir, size);
+    if (attach_path(buf, name, size) == nullptr) break;
+    struct stat st;
+    if (lstat(buf, &st) != 0 && errno == ENOENT) {
+      dmsg("Tempfile made[%s]", buf);
+      return buf;
+    }
+    if (first_x == len) break;
+  }
+  buf[0] = '\0';
+  return nullptr;
+}
+
+}  // namespace inst
