@@ -83,8 +83,8 @@ void file_free(File** file);
 // symlink '%s'" and leaves link "READLINK FAILED". Returns 1, or 0 when the
 // status cannot be read or file is null.
 int file_stat(File* file);
-// A new record for path (cut to 255 characters) filled by file_stat, or null
-// when path is null or has no status.
+// A new record for path filled by file_stat, or null when path is null,
+// longer than 255 characters, or has no status.
 File* file_existf(const char* path);
 // Follows links: 0 when path is null or has no status, 1 for anything that
 // is not a directory, 2 for a directory. Logs one debug line saying which,

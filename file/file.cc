@@ -1,0 +1,636 @@
+// File records, directory scans, and the operations that copy, move, create
+// and remove files and trees.
+#include "file/file.h"
+
+#include <fcntl.h>
+#include <grp.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <sys/types.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <new>
+#include <vector>
+
+#include "lib/format.h"
+#include "lib/log.h"
+#include "lib/paths.h"
+#include "lib/strings.h"
+#include "lib/wild.h"
+
+namespace inst {
+
+void DirCloser::operator()(DIR* dir) const {
+  if (dir != nullptr) closedir(dir);
+}
+
+namespace {
+
+// The progress callbacks, installed by file_setup_fn and file_setup.
+FileFn ok = nullptr;
+FileFn fail = nullptr;
+
+// Size of a message text buffer; the text itself is at most 999 characters.
+constexpr int kTextSize = 1000;
+// Longest run handed to the kernel's in-kernel copy in one call: a whole
+// number of chunks.
+constexpr size_t kKernelCopyStep = size_t{1} << 30;
+// Upper bound for the buffer of a user or group lookup.
+constexpr size_t kLookupBufferMax = size_t{1} << 20;
+
+void report_ok(const char* src, const char* dst, int mode) {
+  if (ok != nullptr) ok(src, dst, mode);
+}
+
+void report_fail(const char* src, const char* dst, int mode) {
+  if (fail != nullptr) fail(src, dst, mode);
+}
+
+bool is_sep(char c) { return c == '/' || c == '\\'; }
+
+// The last '/' or '\' in text, or null.
+const char* last_sep(const char* text) {
+  const char* found = nullptr;
+  for (const char* p = text; *p != '\0'; ++p) {
+    if (is_sep(*p)) found = p;
+  }
+  return found;
+}
+
+// Formats into text of size characters; a text that does not fit is cut to
+// size-1 characters.
+void format_cut(char* text, int size, const char* format, va_list args) {
+  const int n = inst::vsnprintf(text, static_cast<size_t>(size), format, args);
+  if (n < 0 || n >= size) text[size - 1] = '\0';
+}
+
+// Logs one debug line about path. errno is kept, since the caller may still
+// report it.
+void debug_path(const char* format, const char* path) {
+  const int saved = errno;
+  dmsg(format, path);
+  errno = saved;
+}
+
+// Joins dir and name with attach_path into out (kFileNameSize characters).
+// Returns false when the whole path did not fit, so that out holds it cut.
+bool join_path(char* out, const char* dir, const char* name) {
+  // One more place than out has: a result that fills it was too long.
+  char wide[kFileNameSize + 1];
+  scpy(wide, dir, kFileNameSize + 1);
+  attach_path(wide, name, kFileNameSize + 1);
+  scpy(out, wide, kFileNameSize);
+  return std::strlen(wide) < static_cast<size_t>(kFileNameSize);
+}
+
+File* new_file() { return new (std::nothrow) File(); }
+
+FHandle* new_handle() { return new (std::nothrow) FHandle(); }
+
+// A file descriptor closed when it goes out of scope.
+class Fd {
+ public:
+  explicit Fd(int fd) : fd_(fd) {}
+  Fd(const Fd&) = delete;
+  Fd& operator=(const Fd&) = delete;
+  ~Fd() { close(); }
+  int get() const { return fd_; }
+  bool valid() const { return fd_ >= 0; }
+  void close() {
+    if (fd_ >= 0) ::close(fd_);
+    fd_ = -1;
+  }
+
+ private:
+  int fd_;
+};
+
+// Opens path without waiting on a FIFO or device that has no partner, then
+// makes the descriptor blocking again for anything that is not a plain file.
+// Fills st with the descriptor's status.
+int open_no_wait(const char* path, int flags, struct stat* st) {
+  const int fd = open(path, flags | O_NONBLOCK | O_CLOEXEC, 0666);
+  if (fd < 0) return fd;
+  if (fstat(fd, st) != 0) {
+    st->st_mode = 0;
+  }
+  if (!S_ISREG(st->st_mode)) {
+    const int fl = fcntl(fd, F_GETFL);
+    if (fl >= 0) fcntl(fd, F_SETFL, fl & ~O_NONBLOCK);
+  }
+  return fd;
+}
+
+bool readable(const char* path) {
+  struct stat st;
+  Fd fd(open_no_wait(path, O_RDONLY, &st));
+  return fd.valid();
+}
+
+// Copies everything from in to out. Bytes are counted into *bytes (when
+// given) by chunks of kCopyChunk as each chunk is completely written: on
+// failure the count holds the whole chunks written before it, as a plain
+// loop of kCopyChunk reads and writes would leave it. Between two plain
+// files the data first moves by the kernel's in-kernel copy; whatever stops
+// that copy (the end, an error, no support) hands over to the plain loop at
+// the same position, which then meets any real error itself and reports it
+// with the right text.
+bool copy_data(int in, int out, bool both_plain, const char* src, const char* dst,
+               unsigned long* bytes) {
+  unsigned long long written = 0;
+  unsigned long long counted = 0;
+  auto count_to = [&](unsigned long long mark) {
+    if (bytes != nullptr) *bytes += static_cast<unsigned long>(mark - counted);
+    counted = mark;
+  };
+
+  if (both_plain) {
+    const int saved = errno;
+    for (;;) {
+      const ssize_t n = copy_file_range(in, nullptr, out, nullptr, kKernelCopyStep, 0);
+      if (n > 0) {
+        written += static_cast<unsigned long long>(n);
+        count_to(written - written % kCopyChunk);
+        continue;
+      }
+      if (n < 0 && errno == EINTR) continue;
+      break;
+    }
+    errno = saved;
+  }
+
+  std::vector<char> chunk;
+  try {
+    chunk.resize(kCopyChunk);
+  } catch (const std::bad_alloc&) {
+    errno = ENOMEM;
+    file_error("Error reading from '%s'", src);
+    return false;
+  }
+  // The first read completes the chunk the kernel copy stopped inside.
+  size_t want = kCopyChunk - static_cast<size_t>(written % kCopyChunk);
+  for (;;) {
+    const ssize_t n = read(in, chunk.data(), want);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      file_error("Error reading from '%s'", src);
+      return false;
+    }
+    if (n == 0) {
+      count_to(written);
+      return true;
+    }
+    size_t done = 0;
+    while (done < static_cast<size_t>(n)) {
+      const ssize_t w = write(out, chunk.data() + done, static_cast<size_t>(n) - done);
+      if (w < 0 && errno == EINTR) continue;
+      if (w <= 0) {
+        if (w == 0) errno = ENOSPC;
+        file_error("Error writing to '%s'", dst);
+        return false;
+      }
+      done += static_cast<size_t>(w);
+    }
+    written += static_cast<unsigned long long>(n);
+    count_to(written);
+    want = kCopyChunk;
+  }
+}
+
+void refuse_copy(const char* src, const char* dst) {
+  errno = ENAMETOOLONG;
+  file_error("Error opening '%s' for write", dst);
+  report_fail(src, dst, 1);
+}
+
+void refuse_mkdir(const char* dir) {
+  errno = ENAMETOOLONG;
+  file_error("Error creating directory '%s'", dir);
+  report_fail(dir, nullptr, 1);
+}
+
+// The walk shared by file_xcopy and file_xmove.
+int copy_tree(const char* path, const char* wild, const char* exclude, const char* dst, int recurse,
+              unsigned long* bytes, bool move) {
+  if (path == nullptr || dst == nullptr) return 0;
+  int count = 0;
+  if (file_exist(dst) == 0) {
+    if (!file_mkdir(dst, 1)) return 0;
+    count = 1;
+  }
+  if (wild == nullptr) wild = "*";
+
+  FHandle* handle = nullptr;
+  File* entry = file_first(&handle, path, wild);
+  for (bool more = entry != nullptr; more; more = file_next(entry, handle) != 0) {
+    char base[kFileNameSize];
+    file_filename(entry, base, kFileNameSize);
+    if (!wild_match(base, wild) || wild_list(base, exclude)) continue;
+    char target[kFileNameSize];
+    const bool fits = join_path(target, dst, base);
+
+    if (!S_ISDIR(entry->info.st_mode)) {
+      if (!fits) {
+        refuse_copy(entry->name, target);
+        continue;
+      }
+      const int r = move ? file_move(entry->name, target, recurse, bytes)
+                         : file_copy(entry->name, target, 1, bytes);
+      if (r != 0) ++count;
+    } else if (!fits) {
+      refuse_mkdir(target);
+    } else if (recurse) {
+      count += copy_tree(entry->name, "*", exclude, target, 1, bytes, move);
+      if (move) {
+        if (file_rmdir(entry->name, exclude, recurse) != 0) {
+          ++count;
+        } else {
+          file_error("Failed to remove moved directory '%s'", target);
+        }
+      }
+    } else if (file_mkdir(target, 1)) {
+      ++count;
+    }
+  }
+  file_free(&entry);
+  file_last(&handle);
+  return count;
+}
+
+// Looks a name up through one of the re-entrant user or group database
+// calls. Returns true and fills *record when the name is known.
+template <typename Record>
+bool lookup(int (*call)(const char*, Record*, char*, size_t, Record**), const char* name,
+            Record* record, std::vector<char>* buffer) {
+  if (name == nullptr) return false;
+  const long hint = sysconf(_SC_GETPW_R_SIZE_MAX);
+  size_t size = hint > 0 ? static_cast<size_t>(hint) : 1024;
+  for (;;) {
+    buffer->resize(size);
+    Record* found = nullptr;
+    const int rc = call(name, record, buffer->data(), buffer->size(), &found);
+    if (rc == ERANGE && size < kLookupBufferMax) {
+      size *= 2;
+      continue;
+    }
+    return rc == 0 && found != nullptr;
+  }
+}
+
+int user_field(const char* name, bool want_group) {
+  try {
+    passwd record;
+    std::vector<char> buffer;
+    if (!lookup(getpwnam_r, name, &record, &buffer)) return -1;
+    return static_cast<int>(want_group ? record.pw_gid : record.pw_uid);
+  } catch (const std::bad_alloc&) {
+    return -1;
+  }
+}
+
+}  // namespace
+
+File* file_first(FHandle** handle, const char* path, const char* wild) {
+  if (handle == nullptr) return nullptr;
+  *handle = nullptr;
+  if (path == nullptr || wild == nullptr) return nullptr;
+  *handle = new_handle();
+  if (*handle == nullptr) return nullptr;
+  DIR* dir = opendir(path);
+  if (dir == nullptr) {
+    file_error("Error opening dir '%s'", path);
+    file_last(handle);
+    return nullptr;
+  }
+  (*handle)->handle.reset(dir);
+  try {
+    (*handle)->path = path;
+    (*handle)->wild = wild;
+  } catch (const std::bad_alloc&) {
+    file_last(handle);
+    return nullptr;
+  }
+  File* file = new_file();
+  if (file == nullptr || !file_next(file, *handle)) {
+    file_free(&file);
+    file_last(handle);
+    return nullptr;
+  }
+  return file;
+}
+
+int file_next(File* file, FHandle* handle) {
+  if (file == nullptr || handle == nullptr || !handle->handle) return 0;
+  for (;;) {
+    const int saved = errno;
+    const dirent* entry = readdir(handle->handle.get());
+    if (entry == nullptr) return 0;
+    const char* name = entry->d_name;
+    if (std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0) continue;
+    if (!wild_match(name, handle->wild.c_str())) continue;
+    // An entry that cannot be named in full, or whose status cannot be read,
+    // is passed over without a trace.
+    if (join_path(file->name, handle->path.c_str(), name) && file_stat(file)) return 1;
+    errno = saved;
+  }
+}
+
+void file_last(FHandle** handle) {
+  if (handle == nullptr) return;
+  delete *handle;
+  *handle = nullptr;
+}
+
+void file_free(File** file) {
+  if (file == nullptr) return;
+  delete *file;
+  *file = nullptr;
+}
+
+int file_stat(File* file) {
+  if (file == nullptr) return 0;
+  file->link.clear();
+  if (lstat(file->name, &file->info) != 0) return 0;
+  if (!S_ISLNK(file->info.st_mode)) return 1;
+  char target[kFileNameSize];
+  const ssize_t n = readlink(file->name, target, kFileNameSize - 1);
+  try {
+    if (n < 0) {
+      file_error("Error reading symlink '%s'", file->name);
+      file->link = "READLINK FAILED";
+    } else {
+      file->link.assign(target, static_cast<size_t>(n));
+    }
+  } catch (const std::bad_alloc&) {
+    return 0;
+  }
+  return 1;
+}
+
+File* file_existf(const char* path) {
+  if (path == nullptr) return nullptr;
+  if (std::strlen(path) >= static_cast<size_t>(kFileNameSize)) {
+    errno = ENAMETOOLONG;
+    return nullptr;
+  }
+  File* file = new_file();
+  if (file == nullptr) return nullptr;
+  scpy(file->name, path, kFileNameSize);
+  if (!file_stat(file)) file_free(&file);
+  return file;
+}
+
+int file_exist(const char* path) {
+  if (path == nullptr) return 0;
+  struct stat st;
+  if (stat(path, &st) != 0) {
+    debug_path("'%s' does not exist", path);
+    return 0;
+  }
+  if (!S_ISDIR(st.st_mode)) {
+    debug_path("'%s' exists and is a file", path);
+    return 1;
+  }
+  debug_path("'%s' exists and is a directory", path);
+  return 2;
+}
+
+File* file_dup(const File* file) {
+  if (file == nullptr) return nullptr;
+  File* copy = new_file();
+  if (copy == nullptr) return nullptr;
+  std::memcpy(copy->name, file->name, sizeof copy->name);
+  copy->info = file->info;
+  try {
+    copy->link = file->link;
+  } catch (const std::bad_alloc&) {
+    file_free(&copy);
+  }
+  return copy;
+}
+
+const char* file_name(const File* file) { return file == nullptr ? nullptr : file->name; }
+
+char* file_filename(const File* file, char* buffer, int bfsz) {
+  if (file == nullptr || buffer == nullptr) return nullptr;
+  const char* sep = last_sep(file->name);
+  scpy(buffer, sep == nullptr ? file->name : sep + 1, bfsz);
+  return buffer;
+}
+
+char* file_path(const File* file, char* buffer, int bfsz) {
+  if (file == nullptr || buffer == nullptr) return nullptr;
+  if (bfsz < 1) return buffer;
+  const char* sep = last_sep(file->name);
+  size_t length = sep == nullptr ? std::strlen(file->name) : static_cast<size_t>(sep - file->name);
+  if (length > static_cast<size_t>(bfsz - 1)) length = static_cast<size_t>(bfsz - 1);
+  std::memmove(buffer, file->name, length);
+  buffer[length] = '\0';
+  return buffer;
+}
+
+int file_getuid(const char* name) { return user_field(name, false); }
+
+int file_usergid(const char* name) { return user_field(name, true); }
+
+int file_getgid(const char* name) {
+  try {
+    group record;
+    std::vector<char> buffer;
+    if (!lookup(getgrnam_r, name, &record, &buffer)) return -1;
+    return static_cast<int>(record.gr_gid);
+  } catch (const std::bad_alloc&) {
+    return -1;
+  }
+}
+
+void file_error(const char* format, ...) {
+  if (format == nullptr) return;
+  const int saved = errno;
+  char text[kTextSize];
+  va_list args;
+  va_start(args, format);
+  format_cut(text, kTextSize, format, args);
+  va_end(args);
+  emsg("%s, %s", text, std::strerror(saved));
+  errno = saved;
+}
+
+void file_setup_fn(FileFn xok, FileFn xfail) {
+  ok = xok;
+  fail = xfail;
+}
+
+void file_setup(const FSInf* inf) {
+  if (inf != nullptr) file_setup_fn(inf->xok, inf->xfail);
+}
+
+void file_old_setup(FSInf* inf) {
+  if (inf == nullptr) return;
+  inf->xok = ok;
+  inf->xfail = fail;
+}
+
+int file_copy(const char* src, const char* dst, int overwrite, unsigned long* bytes) {
+  errno = 0;
+  if (src == nullptr || dst == nullptr) {
+    report_fail(src, dst, 1);
+    return 0;
+  }
+  if (overwrite == 0 && readable(dst)) return -1;
+
+  struct stat out_st;
+  Fd out(open_no_wait(dst, O_WRONLY | O_CREAT | O_TRUNC, &out_st));
+  if (!out.valid()) {
+    file_error("Error opening '%s' for write", dst);
+    report_fail(src, dst, 1);
+    return 0;
+  }
+  struct stat in_st;
+  Fd in(open_no_wait(src, O_RDONLY, &in_st));
+  if (!in.valid()) {
+    file_error("Error opening '%s' for read", src);
+    out.close();
+    report_fail(src, dst, 1);
+    return 0;
+  }
+
+  const bool both_plain = S_ISREG(in_st.st_mode) && S_ISREG(out_st.st_mode) && in_st.st_size > 0;
+  const bool good = copy_data(in.get(), out.get(), both_plain, src, dst, bytes);
+  in.close();
+  out.close();
+  if (!good) {
+    report_fail(src, dst, 1);
+    return 0;
+  }
+  report_ok(src, dst, 1);
+  return 1;
+}
+
+int file_xcopy(const char* path, const char* wild, const char* exclude, const char* dst,
+               int recurse, unsigned long* bytes) {
+  return copy_tree(path, wild, exclude, dst, recurse, bytes, false);
+}
+
+int file_move(const char* src, const char* dst, int overwrite, unsigned long* bytes) {
+  if (file_copy(src, dst, overwrite, bytes) == 0) return 0;
+  if (std::remove(src) != 0) {
+    file_error("Error removing moved file '%s'", src);
+    return 0;
+  }
+  return 1;
+}
+
+int file_xmove(const char* path, const char* wild, const char* exclude, const char* dst,
+               int recurse, unsigned long* bytes) {
+  return copy_tree(path, wild, exclude, dst, recurse, bytes, true);
+}
+
+int file_mkdir(const char* dir, int make_all) {
+  if (dir == nullptr) return 0;
+  char path[kFileNameSize];
+  scpy(path, dir, kFileNameSize);
+  size_t length = std::strlen(dir);
+  if (length > 0 && is_sep(dir[length - 1])) --length;
+  if (length >= static_cast<size_t>(kFileNameSize)) {
+    refuse_mkdir(path);
+    return 0;
+  }
+  path[length] = '\0';
+  errno = 0;
+
+  bool made = false;
+  int last_error = 0;
+  auto make = [&]() {
+    if (mkdir(path, 0775) == 0) {
+      made = true;
+      last_error = 0;
+      debug_path("Directory created '%s'", path);
+      report_ok(path, nullptr, 1);
+    } else {
+      last_error = errno;
+    }
+  };
+  if (make_all) {
+    const size_t start = length > 1 && path[1] == ':' ? 3 : 1;
+    for (size_t i = start; i < length; ++i) {
+      if (!is_sep(path[i])) continue;
+      path[i] = '\0';
+      make();
+      path[i] = '/';
+    }
+  }
+  make();
+
+  struct stat st;
+  if (made || (last_error == EEXIST && stat(path, &st) == 0 && S_ISDIR(st.st_mode))) {
+    errno = last_error;
+    return 1;
+  }
+  errno = last_error;
+  file_error("Error creating directory '%s'", path);
+  report_fail(path, nullptr, 1);
+  return 0;
+}
+
+int file_rmdir(const char* dir, const char* exclude, int recurse) {
+  if (dir == nullptr) return 0;
+  int count = 0;
+  if (recurse) {
+    FHandle* handle = nullptr;
+    File* entry = file_first(&handle, dir, "*");
+    for (bool more = entry != nullptr; more; more = file_next(entry, handle) != 0) {
+      char base[kFileNameSize];
+      file_filename(entry, base, kFileNameSize);
+      if (wild_list(base, exclude)) continue;
+      if (S_ISDIR(entry->info.st_mode)) {
+        const int removed = file_rmdir(entry->name, exclude, 1);
+        if (removed == 0) {
+          report_fail(entry->name, nullptr, 0);
+        } else {
+          report_ok(entry->name, nullptr, 0);
+        }
+        count += removed;
+      } else if (std::remove(entry->name) != 0) {
+        report_fail(entry->name, nullptr, 0);
+      } else {
+        report_ok(entry->name, nullptr, 0);
+        ++count;
+      }
+    }
+    file_free(&entry);
+    file_last(&handle);
+  }
+  if (rmdir(dir) == 0) {
+    report_ok(dir, nullptr, 0);
+    ++count;
+  } else {
+    report_fail(dir, nullptr, 0);
+  }
+  return count;
+}
+
+int file_chmod(const File* file, int mode) {
+  if (file == nullptr) return 0;
+  if (chmod(file->name, static_cast<mode_t>(mode)) != 0) {
+    file_error("Error changing mode of '%s' to %d", file->name, mode);
+    return 0;
+  }
+  return 1;
+}
+
+int file_chown(const File* file, int uid, int gid) {
+  if (file == nullptr || uid == -1) return 0;
+  if (gid == -1) gid = uid;
+  if (chown(file->name, static_cast<uid_t>(uid), static_cast<gid_t>(gid)) != 0) {
+    file_error("Error changing ownership of '%s' to uid=%d, gid=%d", file->name, uid, gid);
+    return 0;
+  }
+  return 1;
+}
+
+}  // namespace inst
