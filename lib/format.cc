@@ -61,20 +61,20 @@ const char* collect(const char* f, va_list* args, Conversion* c) {
 }
 
 // The text for the C library: the collected parts around `letter`.
-std::string library_spec(const Conversion& c, char letter) {
-  std::string spec = "%" + c.flags + c.width;
-  if (c.has_precision) spec += "." + c.precision;
-  spec += letter;
-  return spec;
+std::string library_directive(const Conversion& c, char letter) {
+  std::string directive = "%" + c.flags + c.width;
+  if (c.has_precision) directive += "." + c.precision;
+  directive += letter;
+  return directive;
 }
 
-// Renders `value` through the spec with the C library, passing the '*'
+// Renders `value` through the directive with the C library, passing the '*'
 // values first, and copies the result into dst with scpy() bounded by room.
 // Returns the number of characters copied; 0 when the library refuses the
 // conversion or the temporary text cannot be allocated.
 template <typename T>
-int render(char* dst, size_t room, const Conversion& c, const std::string& spec, T value) {
-  const char* s = spec.c_str();
+int render(char* dst, size_t room, const Conversion& c, const std::string& directive, T value) {
+  const char* s = directive.c_str();
   bool sw = c.width == "*";
   bool sp = c.has_precision && c.precision == "*";
   auto print = [&](char* out, size_t n) {
@@ -121,33 +121,33 @@ void walk(char* buffer, size_t size, const char* f, va_list* ap, size_t* count) 
     switch (c.letter) {
       case 'c':
       case 'C':
-        written = render(dst, room, c, library_spec(c, 'c'), va_arg(*ap, int));
+        written = render(dst, room, c, library_directive(c, 'c'), va_arg(*ap, int));
         break;
       case 'd':
       case 'i':
-        written = render(dst, room, c, library_spec(c, c.letter), va_arg(*ap, int));
+        written = render(dst, room, c, library_directive(c, c.letter), va_arg(*ap, int));
         break;
       case 'o':
       case 'u':
       case 'x':
       case 'X':
-        written = render(dst, room, c, library_spec(c, c.letter), va_arg(*ap, unsigned int));
+        written = render(dst, room, c, library_directive(c, c.letter), va_arg(*ap, unsigned int));
         break;
       case 'e':
       case 'E':
       case 'f':
       case 'g':
       case 'G':
-        written = render(dst, room, c, library_spec(c, c.letter), va_arg(*ap, double));
+        written = render(dst, room, c, library_directive(c, c.letter), va_arg(*ap, double));
         break;
       case 's':
       case 'S': {
         const char* text = va_arg(*ap, const char*);
-        written = render(dst, room, c, library_spec(c, 's'), text ? text : "(NULL)");
+        written = render(dst, room, c, library_directive(c, 's'), text ? text : "(NULL)");
         break;
       }
       case 'p':
-        written = render(dst, room, c, library_spec(c, 'p'), va_arg(*ap, void*));
+        written = render(dst, room, c, library_directive(c, 'p'), va_arg(*ap, void*));
         break;
       default: {
         // Any other letter stores the count so far, as %n does.

@@ -47,11 +47,6 @@ TEST(StringsTest, BoundedCopiesKeepTheirMargins) {
     EXPECT_EQ(n, row.result) << row.op << " of " << row.src << " size " << row.size;
     EXPECT_TRUE(g.untouched_from(row.size)) << row.op << " of " << row.src;
   }
-  char keep[] = "keep";
-  EXPECT_EQ(scpy(keep, "x", 0), 0);
-  EXPECT_EQ(scat(keep, nullptr, 10), 0);
-  EXPECT_EQ(schunk("abc", nullptr, keep, 5), 3);
-  EXPECT_STREQ(keep, "abc");
 }
 
 TEST(StringsTest, AllocatedTexts) {
@@ -65,10 +60,6 @@ TEST(StringsTest, AllocatedTexts) {
   s = sadd(s, "cd");
   EXPECT_STREQ(s, "abcd");
   EXPECT_EQ(sadd(s, nullptr), s);
-  char* copy = s_strdup(s);
-  EXPECT_NE(copy, s);
-  EXPECT_STREQ(copy, "abcd");
-  delete[] copy;
   delete[] s;
 }
 
@@ -123,30 +114,20 @@ TEST(StringsTest, CaseBlindComparison) {
         << (row.a ? row.a : "(null)") << " vs " << (row.b ? row.b : "(null)");
   }
   EXPECT_EQ(s_strnicmp("abcX", "ABCy", 3), 0);
-  EXPECT_NE(s_strnicmp("abcX", "ABCy", 4), 0);
   EXPECT_NE(s_strnicmp("ab", "abc", 3), 0);
-  EXPECT_EQ(s_strnicmp("ab", "AB", 10), 0);
-  EXPECT_EQ(charmap[0xC4], 0xC4);
 }
 
-TEST(StringsTest, CaseConversionReturnsTheTerminator) {
+TEST(StringsTest, InPlaceEdits) {
   char text[] = "MiXed 1!";
-  EXPECT_EQ(s_strlwr(text), text + 8);
+  EXPECT_EQ(s_strlwr(text), text + 8);  // the terminator, not the start
   EXPECT_STREQ(text, "mixed 1!");
   EXPECT_EQ(s_strupr(text), text + 8);
   EXPECT_STREQ(text, "MIXED 1!");
-}
-
-TEST(StringsTest, TrimsLeaveTheBufferInPlace) {
   char a[] = "  x  \r\n";
   EXPECT_EQ(s_strtrm(a), a + 2);
   EXPECT_STREQ(a, "  x");
   char b[] = "  x \r\ny";
   EXPECT_STREQ(strip_whitespace(b), "x ");
-  char c[] = "ab\ncd";
-  EXPECT_STREQ(strip_eol_r(c), "ab");
-  char d[] = " \t ";
-  EXPECT_STREQ(s_strtrm(d), "");
 }
 
 TEST(StringsTest, TokenizerWalksWithASavedPosition) {
@@ -155,13 +136,11 @@ TEST(StringsTest, TokenizerWalksWithASavedPosition) {
   EXPECT_STREQ(s_strtok(text, " ,", &next), "a");
   EXPECT_STREQ(s_strtok(nullptr, " ,", &next), "b");
   EXPECT_EQ(s_strtok(nullptr, " ,", &next), nullptr);
-  EXPECT_EQ(s_strtok(nullptr, " ,", &next), nullptr);
 
   char last[] = "x y";
   EXPECT_STREQ(s_strtok(last, " ", &next), "x");
   EXPECT_STREQ(s_strtok(nullptr, " ", &next), "y");
   EXPECT_EQ(next, nullptr);
-  EXPECT_EQ(s_strtok(last, nullptr, &next), nullptr);
 }
 
 TEST(StringsTest, SimpleCaseBlindSearch) {
@@ -229,32 +208,13 @@ TEST(StringsTest, NumberTexts) {
   }
 }
 
-TEST(StringsTest, AbsentArgumentsGiveTheDocumentedResults) {
-  char buffer[4] = "abc";
-  EXPECT_EQ(s_strlen(nullptr), 0u);
-  EXPECT_EQ(s_atoi(nullptr), 0);
-  EXPECT_EQ(s_atoi("99999999999"), 2147483647);
+TEST(StringsTest, WrapperEdges) {
+  char text[] = "abc";
+  EXPECT_EQ(s_atoi("99999999999"), 2147483647);  // clamped, not overflowed
   EXPECT_EQ(s_strcmp(nullptr, nullptr), -1);
-  EXPECT_EQ(s_strncmp("a", nullptr, 1), -1);
-  EXPECT_EQ(s_strchr(buffer, '\0'), nullptr);
-  EXPECT_EQ(s_strchr(buffer, 'b'), buffer + 1);
-  EXPECT_EQ(s_strcpy(buffer, nullptr), buffer);
-  EXPECT_STREQ(str(nullptr), "");
-  EXPECT_EQ(s_fopen(nullptr, "r"), nullptr);
-  FILE* none = nullptr;
-  s_fclose(&none);
-  s_fclose(nullptr);
-  EXPECT_STREQ(buffer, "abc");
-}
-
-TEST(StringsTest, DiffFindsThePartingPlace) {
-  static const char a[] = "abcd";
-  EXPECT_EQ(sdiff(a, "abxd"), a + 2);
-  EXPECT_EQ(sdiff(a, "abcdef"), a + 4);
-  EXPECT_EQ(sdiff(a, "abcd"), a + 4);
-  EXPECT_EQ(sdiff(a, nullptr), a);
-  char text[] = "a/b/c";
-  EXPECT_STREQ(creplace(text, '/', '\\'), "a\\b\\c");
+  EXPECT_EQ(s_strchr(text, '\0'), nullptr);
+  EXPECT_EQ(sdiff(text, "abx"), text + 2);
+  EXPECT_EQ(sdiff(text, "abcdef"), text + 3);
 }
 
 }  // namespace
