@@ -1,1 +1,61 @@
-int main() { return 0; }
+// The installer's entry point: start-up, the menu, and clean-up.
+#include <cstdio>
+
+#include "ini/ini.h"
+#include "ini/shared.h"
+#include "installer/installer.h"
+#include "lib/input.h"
+#include "lib/log.h"
+#include "lib/paths.h"
+#include "lib/strings.h"
+
+namespace {
+
+// Held at file scope so that they stay reachable when an option ends the
+// process early.
+inst::Log* run_log = nullptr;
+inst::Ini* store = nullptr;
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  using namespace inst;
+  run_log = log_init(LogDebug);
+  store = ini_init();
+
+  char path[kPathSize] = "";
+  exename(path, argv != nullptr && argc > 0 ? argv[0] : nullptr, kPathSize);
+  myname = s_strdup(path);
+
+  // Without a usable working directory the files are named relative to it.
+  if (currentdir(path, kPathSize) == nullptr) path[0] = '\0';
+  attach_path(path, myname, kPathSize);
+  attach_ext(path, ".log", kPathSize);
+  log_set(run_log);
+  log_open(run_log, path);
+  log_doflush(run_log, 1);
+  imsg("Log file opened in '%s'", path);
+
+  process_args(run_log, argv, argc);
+
+  strip_ext(path);
+  attach_ext(path, ".dat", kPathSize);
+  if (load_datfile(store, path)) {
+    const int action = suggested_action(store);
+    print_header(store);
+    menu_loop(store, action);
+    clear_datfile();
+  }
+
+  ini_free(&store);
+  log_free(&run_log);
+  delete[] myname;
+  myname = nullptr;
+
+  if (!automate) {
+    std::printf("\n<Press enter to exit>");
+    char reply[kReplySize];
+    read_reply(reply, sizeof reply, stdin);
+  }
+  return 0;
+}

@@ -1,0 +1,169 @@
+#include "installer/installer.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "lib/input.h"
+#include "lib/strings.h"
+
+namespace inst {
+
+char* myname = nullptr;
+char* special_mode = nullptr;
+int automate = 0;
+
+namespace {
+
+const char kVersion[] = "1.0d";
+const char kRule[] = "======================================================\n";
+
+const char* product_name(Ini* ini) {
+  const char* name = ini_value_name(ini, "product");
+  return name != nullptr ? name : "NONAME";
+}
+
+// The leading decimal number of text as atoi reads it, held within int.
+int leading_number(const char* text) {
+  const long value = std::strtol(text, nullptr, 10);
+  if (value > INT_MAX) return INT_MAX;
+  if (value < INT_MIN) return INT_MIN;
+  return static_cast<int>(value);
+}
+
+}  // namespace
+
+void process_args(Log* log, char** argv, int argc) {
+  if (argv == nullptr) return;
+  for (int i = 1; i < argc; ++i) {
+    const char* word = argv[i];
+    if (s_strcmp(word, "-debug") == 0) {
+      // The log starts at debug level already; the option is kept for scripts.
+      log_set_level(log, LogDebug);
+      imsg("Logging set to debug");
+    } else if (s_strcmp(word, "-version") == 0) {
+      std::printf("Installer version %s\n", kVersion);
+      std::exit(0);
+    } else if (s_strcmp(word, "-automate") == 0) {
+      imsg("Automated install/upgrade...");
+      automate = 1;
+    } else if (s_strcmp(word, "-special") == 0) {
+      if (i == argc - 1) {
+        std::printf("Usage: install -special <tag>\n");
+        std::exit(1);
+      }
+      delete[] special_mode;
+      special_mode = s_strdup(argv[++i]);
+      imsg("Special mode [%s]", special_mode);
+    }
+  }
+}
+
+void print_header(Ini* ini) {
+  std::printf("%s", kRule);
+  std::printf("             Welcome to the %s installer\n", product_name(ini));
+  std::printf(" You will be asked a series of questions, for each a\n");
+  std::printf(" default answer will be provided (thus), to accept the\n");
+  std::printf(" default simply press <enter>, otherwise enter a new\n");
+  std::printf(" answer and press <enter>\n");
+  std::printf("%s", kRule);
+}
+
+void print_menu(Ini* ini) {
+  const char* name = product_name(ini);
+  std::printf("\n");
+  std::printf("1. Install %s\n", name);
+  std::printf("2. Upgrade %s\n", name);
+  std::printf("3. Remove %s\n", name);
+  std::printf("4. Exit\n");
+}
+
+void print_blurb(Ini* ini) {
+  FILE* blurb = s_fopen("blurb.txt", "r");
+  if (blurb == nullptr) return;
+  std::printf("\n");
+  char line[kReplySize];
+  char out[kReplySize];
+  while (std::fgets(line, sizeof line, blurb) != nullptr) {
+    out[0] = '\0';
+    ini_replace(ini, s_strtrm(line), out, sizeof out);
+    std::printf("%s\n", out);
+  }
+  s_fclose(&blurb);
+}
+
+void printdot(const char*, const char*, int) {
+  // Nothing advances the counter, so every dot is flushed at once; the test
+  // is kept so that a coarser period is one line away.
+  static int upto = 0;
+  std::printf(".");
+  if (upto % 5 == 0) std::fflush(stdout);
+}
+
+void printerror(const char*, const char*, int) {
+  std::printf("\nError: %s\n", std::strerror(errno));
+}
+
+int suggested_action(Ini* ini) {
+  return s_strcmp(ini_value_name(ini, "action"), "upgrade") == 0 ? 2 : 1;
+}
+
+void menu_loop(Ini* ini, int action) {
+  char reply[kReplySize];
+  for (int finished = 0; !finished;) {
+    int choice;
+    if (special_mode != nullptr) {
+      choice = 5;
+    } else {
+      print_menu(ini);
+      if (automate) {
+        std::printf("\n");
+        choice = action;
+      } else {
+        std::printf("\nWhat would you like to do[%d]? ", action);
+        if (!read_reply(reply, sizeof reply, stdin)) return;
+        const char* text = s_strtrm(reply);
+        choice = *text == '\0' ? action : leading_number(text);
+      }
+    }
+    switch (choice) {
+      case 1: {
+        const int result = install_product(ini);
+        if (result != SW_TO_UPGRADE && result != QUIT) {
+          // Shown after a failed install too, on purpose.
+          print_blurb(ini);
+          finished = 1;
+        }
+        break;
+      }
+      case 2: {
+        const int result = upgrade_product(ini);
+        finished = result != SW_TO_INSTALL && result != QUIT;
+        break;
+      }
+      case 3:
+        finished = remove_product(ini) != QUIT;
+        break;
+      case 4:
+        finished = 1;
+        break;
+      case 5:
+        do_special(ini);
+        finished = 1;
+        break;
+      default:
+        std::printf("That is not a recognised option, please try again\n");
+        break;
+    }
+  }
+}
+
+// Questions and copy scripts are not read yet: every run reports failure.
+int install_product(Ini*) { return FAILED; }
+int upgrade_product(Ini*) { return FAILED; }
+int remove_product(Ini*) { return FAILED; }
+int do_special(Ini*) { return FAILED; }
+
+}  // namespace inst

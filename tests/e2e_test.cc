@@ -1,0 +1,261 @@
+// End-to-end scenarios. Each folder under tests/scenarios runs the built
+// program in a fresh directory and compares what it printed, its exit status,
+// its log and the files it left. A folder may hold:
+//   product/        files copied into the run directory first
+//   name            the name the program is started under (default "setup")
+//   args            command-line words, one per line
+//   stdin           what is fed to standard input (default: nothing)
+//   stdout          the expected transcript
+//   status          the expected exit status (default 0)
+//   log             the expected log, every line, without time and process id
+//   log_contains    lines that must appear in the log in this order
+//   tree            the expected listing of the run directory afterwards
+// In expected texts @DIR@ stands for the run directory and @HOST@ for the
+// machine's host name.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const fs::path kScenarios = fs::path(SOURCE_ROOT) / "tests" / "scenarios";
+
+std::string ReadFile(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+std::vector<std::string> SplitLines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  return lines;
+}
+
+std::string ReplaceAll(std::string text, const std::string& from, const std::string& to) {
+  for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
+    text.replace(at, from.size(), to);
+  }
+  return text;
+}
+
+std::string HostName() {
+  char name[256] = {};
+  gethostname(name, sizeof name - 1);
+  return name;
+}
+
+std::vector<std::string> ScenarioNames() {
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator(kScenarios)) {
+    if (entry.is_directory()) names.push_back(entry.path().filename().string());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+struct Outcome {
+  int status = -1;
+  pid_t pid = 0;
+  std::string out;
+  std::string err;
+};
+
+// Starts `program` with `args` in `dir`, stdin from `input` (or nothing), and
+// waits at most a minute for it.
+Outcome RunProgram(const fs::path& program, const std::vector<std::string>& args,
+                   const fs::path& dir, const fs::path& input, const fs::path& capture) {
+  const fs::path out_path = capture / "stdout";
+  const fs::path err_path = capture / "stderr";
+  Outcome run;
+  run.pid = fork();
+  if (run.pid == 0) {
+    std::vector<char*> argv;
+    std::string argv0 = program.string();
+    argv.push_back(argv0.data());
+    std::vector<std::string> words = args;
+    for (auto& word : words) argv.push_back(word.data());
+    argv.push_back(nullptr);
+    int in = open(input.empty() ? "/dev/null" : input.c_str(), O_RDONLY);
+    int out = open(out_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    int err = open(err_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    if (in < 0 || out < 0 || err < 0 || chdir(dir.c_str()) != 0) _exit(127);
+    dup2(in, 0);
+    dup2(out, 1);
+    dup2(err, 2);
+    execv(argv0.c_str(), argv.data());
+    _exit(127);
+  }
+  int wstatus = 0;
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  while (waitpid(run.pid, &wstatus, WNOHANG) == 0) {
+    if (std::chrono::steady_clock::now() > deadline) {
+      kill(run.pid, SIGKILL);
+      waitpid(run.pid, &wstatus, 0);
+      ADD_FAILURE() << "the program did not end within a minute";
+      break;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  run.status = WIFEXITED(wstatus) ? WEXITSTATUS(wstatus) : 128 + WTERMSIG(wstatus);
+  run.out = ReadFile(out_path);
+  run.err = ReadFile(err_path);
+  return run;
+}
+
+// The log's lines with the time and process id taken off, after checking
+// that each line starts with them in the expected shape.
+std::vector<std::string> LogBodies(const fs::path& log, pid_t pid) {
+  static const std::regex prefix(
+      R"(^[A-Z][a-z]{2} [A-Z][a-z]{2} [ 0-9][0-9] [0-9]{2}:[0-9]{2}:[0-9]{2}  \[([0-9]+)\] )");
+  std::vector<std::string> bodies;
+  for (const std::string& line : SplitLines(ReadFile(log))) {
+    std::smatch match;
+    if (!std::regex_search(line, match, prefix)) {
+      ADD_FAILURE() << "log line without time and process id: " << line;
+      continue;
+    }
+    EXPECT_EQ(match[1].str(), std::to_string(pid)) << line;
+    bodies.push_back(match.suffix().str());
+  }
+  return bodies;
+}
+
+// Every path below `dir` except the program itself (`name`) and its logs
+// (named after `bare`), sorted, directories marked with a trailing '/' and
+// symbolic links with '@'.
+std::string Listing(const fs::path& dir, const std::string& name, const std::string& bare) {
+  std::vector<std::string> paths;
+  for (auto it = fs::recursive_directory_iterator(dir); it != fs::recursive_directory_iterator();
+       ++it) {
+    std::string rel = fs::relative(it->path(), dir).string();
+    if (rel == name || rel.rfind(bare + ".log", 0) == 0) continue;
+    if (it->is_symlink()) {
+      rel += "@";
+    } else if (it->is_directory()) {
+      rel += "/";
+    }
+    paths.push_back(rel);
+  }
+  std::sort(paths.begin(), paths.end());
+  std::string text;
+  for (const auto& path : paths) text += path + "\n";
+  return text;
+}
+
+std::string ReadTrimmed(const fs::path& path, const std::string& fallback) {
+  if (!fs::exists(path)) return fallback;
+  std::string text = ReadFile(path);
+  while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back()))) text.pop_back();
+  return text;
+}
+
+class ScenarioTest : public testing::TestWithParam<std::string> {
+ protected:
+  void SetUp() override {
+    char run_dir[] = "/tmp/e2e-run-XXXXXX";
+    char capture_dir[] = "/tmp/e2e-out-XXXXXX";
+    ASSERT_NE(mkdtemp(run_dir), nullptr);
+    ASSERT_NE(mkdtemp(capture_dir), nullptr);
+    work_ = run_dir;
+    capture_ = capture_dir;
+  }
+  void TearDown() override {
+    std::error_code ignored;
+    fs::remove_all(work_, ignored);
+    fs::remove_all(capture_, ignored);
+  }
+  std::string Expected(const fs::path& path) {
+    return ReplaceAll(ReplaceAll(ReadFile(path), "@DIR@", work_.string()), "@HOST@", HostName());
+  }
+
+  fs::path work_;
+  fs::path capture_;
+};
+
+TEST_P(ScenarioTest, Transcript) {
+  const fs::path scenario = kScenarios / GetParam();
+  if (fs::exists(scenario / "product")) {
+    fs::copy(scenario / "product", work_, fs::copy_options::recursive);
+  }
+  const std::string name = ReadTrimmed(scenario / "name", "setup");
+  const fs::path program = work_ / name;
+  fs::create_symlink(INSTALL_PROGRAM, program);
+  std::vector<std::string> args;
+  if (fs::exists(scenario / "args")) args = SplitLines(ReadFile(scenario / "args"));
+  const fs::path input = fs::exists(scenario / "stdin") ? scenario / "stdin" : fs::path();
+
+  const Outcome run = RunProgram(program, args, work_, input, capture_);
+
+  EXPECT_EQ(run.status, std::stoi(ReadTrimmed(scenario / "status", "0")));
+  EXPECT_EQ(run.out, Expected(scenario / "stdout"));
+  EXPECT_EQ(run.err, "");
+  // The program names its files after its name up to the first dot.
+  const std::string bare = name.substr(0, name.find('.'));
+  const fs::path log = work_ / (bare + ".log");
+  if (fs::exists(scenario / "log")) {
+    EXPECT_EQ(LogBodies(log, run.pid), SplitLines(Expected(scenario / "log")));
+  }
+  if (fs::exists(scenario / "log_contains")) {
+    const std::vector<std::string> bodies = LogBodies(log, run.pid);
+    auto at = bodies.begin();
+    for (const std::string& wanted : SplitLines(Expected(scenario / "log_contains"))) {
+      at = std::find(at, bodies.end(), wanted);
+      ASSERT_TRUE(at != bodies.end()) << "missing from the log, or out of order: " << wanted;
+      ++at;
+    }
+  }
+  if (fs::exists(scenario / "tree")) {
+    EXPECT_EQ(Listing(work_, name, bare), Expected(scenario / "tree"));
+  }
+}
+
+// A working directory too long for the program's 256-character paths: the
+// files are then named relative to it, and nothing overflows.
+TEST(DeepDirectoryTest, FilesAreNamedRelativeToTheWorkingDirectory) {
+  char base[] = "/tmp/e2e-deep-XXXXXX";
+  ASSERT_NE(mkdtemp(base), nullptr);
+  fs::path deep = base;
+  for (int i = 0; i < 6; ++i) deep /= std::string(60, 'a' + i);
+  fs::create_directories(deep);
+  std::ofstream(deep / "setup.dat") << "product Deep\n";
+  fs::create_symlink(INSTALL_PROGRAM, deep / "setup");
+
+  const Outcome run = RunProgram(deep / "setup", {"-automate"}, deep, fs::path(), base);
+
+  EXPECT_EQ(run.status, 0);
+  EXPECT_NE(run.out.find("Welcome to the Deep installer"), std::string::npos) << run.out;
+  EXPECT_EQ(run.err, "");
+  const std::vector<std::string> log = LogBodies(deep / "setup.log", run.pid);
+  ASSERT_FALSE(log.empty());
+  EXPECT_EQ(log[0], "Info: Log file opened in 'setup.log'");
+  std::error_code ignored;
+  fs::remove_all(base, ignored);
+}
+
+std::string TestName(const testing::TestParamInfo<std::string>& info) {
+  std::string name = info.param;
+  std::replace_if(
+      name.begin(), name.end(), [](char c) { return !std::isalnum(c); }, '_');
+  return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Scenarios, ScenarioTest, testing::ValuesIn(ScenarioNames()), TestName);
+
+}  // namespace
