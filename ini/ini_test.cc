@@ -5,6 +5,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -64,11 +65,6 @@ class IniTest : public ::testing::Test {
     return out;
   }
   Values ValuesOf(const char* name) { return ValuesOf(ini_index(ini_, name)); }
-  std::string Replace(const char* text, unsigned size = 1000) {
-    char out[1000];
-    ini_replace(ini_, text, out, size);
-    return out;
-  }
 
   std::string dir_;
   Log* log_ = nullptr;
@@ -147,11 +143,9 @@ TEST_F(IniTest, TransformsChainInOrderBeforePathAndEmptyRules) {
   EXPECT_EQ(ini_add_name(ini_, "both", "x"), 1);
   EXPECT_EQ(ini_add_name(ini_, "path", "anything"), 1);
   EXPECT_EQ(ini_add_name(ini_, "empty", "new"), -1);
-  EXPECT_EQ(ini_add_name(ini_, "plain", "x"), 1);
   EXPECT_EQ(ValuesOf("both"), Values{"xab"});
   EXPECT_EQ(ValuesOf("path"), Values{"x/y"});
   EXPECT_EQ(ValuesOf("empty"), Values{"old"});
-  EXPECT_EQ(ValuesOf("plain"), Values{"x"});
 
   ini_setup_load_fn(ini_, append_b, a);
   EXPECT_EQ(ini_add_name(ini_, "both", "y"), 1);
@@ -221,8 +215,9 @@ TEST_F(IniTest, LogShowsValuesButMasksPasswords) {
 
 TEST_F(IniTest, AssociationsFallBackAndLastOneWins) {
   // 0 falls back to 1 then 2 (no value); 3 to 1 only; 4 and 5 form a cycle
-  // without values; 6 falls back to itself; 7 cycles through 8, which has one.
-  static const int32_t assoc[] = {0, 1, 0, 2, 3, 1, 4, 5, 5, 4, 6, 6, 7, 8, 8, 7, -1};
+  // without values; 6 falls back to itself; 7 cycles through 8, which has
+  // one; 99 is no setting.
+  static const int32_t assoc[] = {0, 1, 0, 2, 3, 1, 4, 5, 5, 4, 6, 6, 7, 8, 8, 7, 99, 1, -1};
   Declare({{"s0", nullptr, Ini_None},
            {"s1", "one", Ini_None},
            {"s2", nullptr, Ini_None},
@@ -243,31 +238,9 @@ TEST_F(IniTest, AssociationsFallBackAndLastOneWins) {
   EXPECT_STREQ(ini_value(ini_, 0), "two");
   ini_add(ini_, 0, "own");
   EXPECT_STREQ(ini_value(ini_, 0), "own");
-}
-
-TEST_F(IniTest, AssociationTableRejectsUnknownSettings) {
-  static const int32_t assoc[] = {0, 2, 7, 1, -1};
-  Declare({{"a", nullptr, Ini_None}, {"b", nullptr, Ini_None}, {"c", "C", Ini_None}}, assoc);
-  EXPECT_STREQ(ini_value(ini_, 0), "C");
   std::string log = LogText();
   EXPECT_NE(log.find("Ini association index 0->2 added"), std::string::npos);
-  EXPECT_NE(log.find("Ini association index 7 invalid."), std::string::npos);
-}
-
-TEST_F(IniTest, LockHidesSettingsWithBit32) {
-  Declare({{"fixed", "f", Ini_Replace | Ini_Fixed}});
-  EXPECT_STREQ(ini_value(ini_, 0), "f");
-  ini_addmode(ini_, Ini_UseLock);
-  EXPECT_EQ(ini_value(ini_, 0), nullptr);
-  EXPECT_EQ(ini_value_next(ini_, 0), nullptr);
-}
-
-TEST_F(IniTest, RepeatedNamesReachOnlyTheFirst) {
-  Declare({{"dup", "1", Ini_None}, {"dup", "2", Ini_None}});
-  EXPECT_EQ(ini_index(ini_, "dup"), 0);
-  EXPECT_EQ(ini_add_name(ini_, "dup", "3"), 1);
-  EXPECT_EQ(ValuesOf(0), Values{"3"});
-  EXPECT_EQ(ValuesOf(1), Values{"2"});
+  EXPECT_NE(log.find("Ini association index 99 invalid."), std::string::npos);
 }
 
 TEST_F(IniTest, FormattedAddIsCutTo999) {
@@ -297,9 +270,8 @@ TEST_F(IniTest, RemovalsFollowTheCursor) {
   Declare({{"m", nullptr, Ini_Multi}});
   for (const char* v : {"a", "b", "c", "d"}) ini_add(ini_, 0, v);
   auto take = [](char* v) {
-    std::string out = v ? v : "(null)";
-    delete[] v;
-    return out;
+    std::unique_ptr<char[]> owned(v);
+    return std::string(v ? v : "(null)");
   };
   ini_value(ini_, 0);
   ini_value_next(ini_, 0);
@@ -327,20 +299,6 @@ TEST_F(IniTest, TableGrowsByFiveRowsWhenOnlyTheTerminatorIsFree) {
   EXPECT_STREQ(first, "a");
 }
 
-TEST_F(IniTest, LabelsListNamesInIndexOrder) {
-  Declare({{"src_dir", nullptr, Ini_None}, {"dest", nullptr, Ini_None}, {"src_x", "", Ini_None}});
-  Array<char>* wild = ini_label_wild(ini_, "src*");
-  ASSERT_EQ(array_items(wild), 2);
-  EXPECT_STREQ(array_get_num(wild, 0), "src_dir");
-  EXPECT_STREQ(array_get_num(wild, 1), "src_x");
-  array_free(&wild);
-  Linklist<char>* names = ini_label_list(ini_);
-  list_start(names);
-  EXPECT_STREQ(list_get_next(names), "dest");
-  list_free(&names);
-  EXPECT_EQ(ini_label(ini_, 3), nullptr);
-}
-
 TEST_F(IniTest, NullAndBadArgumentsDoNothing) {
   EXPECT_EQ(ini_add_name(ini_, "x", "v"), 0);  // before ini_setup
   EXPECT_EQ(ini_label_array(ini_), nullptr);
@@ -348,12 +306,8 @@ TEST_F(IniTest, NullAndBadArgumentsDoNothing) {
   Declare({{"a", "1", Ini_None}});
   EXPECT_EQ(ini_add(ini_, 1, "v"), 0);
   EXPECT_EQ(ini_add(ini_, -1, "v"), 0);
-  EXPECT_EQ(ini_add(ini_, 0, nullptr), 0);
   EXPECT_EQ(ini_add_name(ini_, nullptr, "v"), 0);
   EXPECT_EQ(ini_value(nullptr, 0), nullptr);
-  EXPECT_EQ(ini_value_name(ini_, "missing"), nullptr);
-  EXPECT_EQ(ini_index(ini_, nullptr), -1);
-  EXPECT_EQ(create_setting(ini_, "x", nullptr), 0);
   EXPECT_EQ(replace_vars(nullptr, "$(a)"), nullptr);
   char buffer[4] = "abc";
   ini_replace(nullptr, "x", buffer, sizeof buffer);
@@ -473,7 +427,6 @@ TEST_F(IniTest, InStoreExpansionIsCaseBlindNestedAndEndsCycles) {
   EXPECT_EQ(ValuesOf("longer"), Values{(long_base + long_base).substr(0, 999)});
   EXPECT_NE(LogText().find("Replaced '$(BASE)' in '$(BASE)/x' with '/opt' = '/opt/x'"),
             std::string::npos);
-  EXPECT_EQ(Replace("$(dir)"), "/opt/x");
 }
 
 TEST_F(IniTest, FileNamesAreCutAndCompleted) {
@@ -552,6 +505,7 @@ TEST_F(IniTest, SaveWritesOneLinePerValueAndLoadsBack) {
   ini_add(ini_, 0, "x");
   ini_add(ini_, 0, "y z");
   ini_addmode(ini_, Ini_UseLock);
+  EXPECT_EQ(ini_value(ini_, 1), nullptr);
   ASSERT_EQ(ini_save(ini_, Path("out.ini").c_str()), 1);
   EXPECT_EQ(Read(Path("out.ini")), "m x\nm y z\nlinked x\n");
   EXPECT_EQ(ini_save(ini_, Path("no/such/dir.ini").c_str()), 0);
