@@ -139,8 +139,8 @@ bool readable(const char* path) {
 // that copy (the end, an error, no support) hands over to the plain loop at
 // the same position, which then meets any real error itself and reports it
 // with the right text.
-bool copy_data(int in, int out, bool both_plain, const char* src, const char* dst,
-               unsigned long* bytes) {
+bool copy_data(int in, int out, const struct stat& in_st, bool both_plain, const char* src,
+               const char* dst, unsigned long* bytes) {
   unsigned long long written = 0;
   unsigned long long counted = 0;
   auto count_to = [&](unsigned long long mark) {
@@ -161,6 +161,11 @@ bool copy_data(int in, int out, bool both_plain, const char* src, const char* ds
       break;
     }
     errno = saved;
+    // The end came where the status said it would: nothing is left to read.
+    if (written == static_cast<unsigned long long>(in_st.st_size)) {
+      count_to(written);
+      return true;
+    }
   }
 
   std::vector<char> chunk;
@@ -500,7 +505,7 @@ int file_copy(const char* src, const char* dst, int overwrite, unsigned long* by
   }
 
   const bool both_plain = S_ISREG(in_st.st_mode) && S_ISREG(out_st.st_mode) && in_st.st_size > 0;
-  const bool good = copy_data(in.get(), out.get(), both_plain, src, dst, bytes);
+  const bool good = copy_data(in.get(), out.get(), in_st, both_plain, src, dst, bytes);
   in.close();
   out.close();
   if (!good) {
