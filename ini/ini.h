@@ -170,10 +170,11 @@ int32_t ini_index(const Ini* ini, const char* name);
 // The setting's name (owned by the store), or null for a bad index.
 const char* ini_label(const Ini* ini, int32_t index);
 // New containers of the store's own names in index order; the caller frees
-// the container only. Null for a null store or table (or pattern).
+// the container only. Null for a null store or a store without declarations.
 Array<char>* ini_label_array(const Ini* ini);
 Linklist<char>* ini_label_list(const Ini* ini);
-// The names that wild_match() accepts against `wild`.
+// The names that wild_match() accepts against `wild`, in index order (empty
+// for a store without declarations); null for a null store or pattern.
 Array<char>* ini_label_wild(const Ini* ini, const char* wild);
 // The setting's flags; Ini_None for a bad index, unknown name or null store.
 SettingMode ini_setting_mode(const Ini* ini, int32_t index);
