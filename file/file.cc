@@ -297,9 +297,9 @@ int user_field(const char* name, bool want_group) {
   }
 }
 
-}  // namespace
-
-File* file_first(FHandle** handle, const char* path, const char* wild) {
+// file_first, with the failure to open the directory logged only when
+// report is set.
+File* start_scan(FHandle** handle, const char* path, const char* wild, bool report) {
   if (handle == nullptr) return nullptr;
   *handle = nullptr;
   if (path == nullptr || wild == nullptr) return nullptr;
@@ -307,7 +307,7 @@ File* file_first(FHandle** handle, const char* path, const char* wild) {
   if (*handle == nullptr) return nullptr;
   DIR* dir = opendir(path);
   if (dir == nullptr) {
-    file_error("Error opening dir '%s'", path);
+    if (report) file_error("Error opening dir '%s'", path);
     file_last(handle);
     return nullptr;
   }
@@ -326,6 +326,12 @@ File* file_first(FHandle** handle, const char* path, const char* wild) {
     return nullptr;
   }
   return file;
+}
+
+}  // namespace
+
+File* file_first(FHandle** handle, const char* path, const char* wild) {
+  return start_scan(handle, path, wild, true);
 }
 
 int file_next(File* file, FHandle* handle) {
@@ -587,7 +593,8 @@ int file_rmdir(const char* dir, const char* exclude, int recurse) {
   int count = 0;
   if (recurse) {
     FHandle* handle = nullptr;
-    File* entry = file_first(&handle, dir, "*");
+    // Removal logs nothing, not even a directory it cannot open.
+    File* entry = start_scan(&handle, dir, "*", false);
     for (bool more = entry != nullptr; more; more = file_next(entry, handle) != 0) {
       char base[kFileNameSize];
       file_filename(entry, base, kFileNameSize);

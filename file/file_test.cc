@@ -453,7 +453,7 @@ TEST_F(FileTest, RmdirLeavesExcludedEntriesWithTheirDirectoriesAndCountsTheRest)
   EXPECT_TRUE(Errors().empty());
 }
 
-TEST_F(FileTest, RmdirRemovesLinksWithoutFollowingThem) {
+TEST_F(FileTest, RmdirRemovesLinksWithoutFollowingThemAndLogsNothing) {
   Write("t/precious", "x");
   fs::create_directories(P("r/inner"));
   fs::create_directory_symlink(P("t"), P("r/inner/ln"));
@@ -461,6 +461,10 @@ TEST_F(FileTest, RmdirRemovesLinksWithoutFollowingThem) {
   EXPECT_EQ(file_rmdir(P("r").c_str(), nullptr, 1), 3);
   EXPECT_FALSE(fs::exists(P("r")));
   EXPECT_EQ(Read("t/precious"), "x");
+  calls.clear();
+  EXPECT_EQ(file_rmdir(P("missing").c_str(), nullptr, 1), 0);
+  EXPECT_EQ(calls, Strings{Call("fail", P("missing"), nullptr, 0)});
+  EXPECT_TRUE(Errors().empty());
 }
 
 TEST_F(FileTest, ModeAndOwnerChanges) {
