@@ -19,14 +19,14 @@ extern const char* const LevelNames[4];
 constexpr int kLogTextMax = 999;
 
 struct Log {
-  std::string File;         // the file's path, at most 999 characters; empty until chosen
-  LogLevel Level = LogNone;  // messages of this level or lower are written
-  int32_t DoFlush = 0;      // flush period in lines; 0 never flushes on its own
-  int32_t Lines = 0;        // lines written since creation, never reset
-  int32_t Rotations = 4;    // rotation keeps <File>0 .. <File><Rotations>
-  uint32_t Size = 0;        // bytes in the current file
+  std::string File;           // the file's path, at most 999 characters; empty until chosen
+  LogLevel Level = LogNone;   // messages of this level or lower are written
+  int32_t DoFlush = 0;        // flush period in lines; 0 never flushes on its own
+  int32_t Lines = 0;          // lines written since creation, never reset
+  int32_t Rotations = 4;      // rotation keeps <File>0 .. <File><Rotations>
+  uint32_t Size = 0;          // bytes in the current file
   uint32_t Rotate = 1048576;  // size at which the file is rotated
-  FILE* F = nullptr;        // the open stream, opened for appending; closed by log_free
+  FILE* F = nullptr;          // the open stream, opened for appending; closed by log_free
 
   ~Log();
 };
@@ -82,13 +82,11 @@ void check_emsglog();
 
 // Formats into buffer of size characters. On overflow the text is cut to
 // size-1 characters and size-1 returned; otherwise the formatter's count.
-int lprintf(char* buffer, int size, const char* format, ...)
-    __attribute__((format(printf, 3, 4)));
+int lprintf(char* buffer, int size, const char* format, ...) __attribute__((format(printf, 3, 4)));
 // Appends formatted text to buffer's text, handing the formatter one place
 // less than is free (kept on purpose). Returns the number of characters
 // appended; on overflow the appended part is cut.
-int lpcat(char* buffer, int size, const char* format, ...)
-    __attribute__((format(printf, 3, 4)));
+int lpcat(char* buffer, int size, const char* format, ...) __attribute__((format(printf, 3, 4)));
 
 }  // namespace inst
 

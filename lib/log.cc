@@ -1,0 +1,315 @@
+// The log and the message calls.
+#include "lib/log.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <string>
+
+#include "lib/array.h"
+#include "lib/format.h"
+#include "lib/paths.h"
+#include "lib/strings.h"
+
+namespace inst {
+
+const char* const LevelNames[4] = {"None", "Error", "Info", "Debug"};
+
+namespace {
+
+// Size of the buffers that message bodies and file names are built in.
+constexpr int kTextBuffer = kLogTextMax + 1;
+// Size at which a raw write rotates, whatever the log's Rotate says.
+constexpr uint32_t kRawRotate = 1048576;
+
+// The log that the message calls write to; not owned.
+Log* CurrentLog = nullptr;
+
+// Error texts waiting for a log, each a new[] copy; released at exit.
+struct ErrorQueue {
+  Array<char>* texts = nullptr;
+  ~ErrorQueue() { array_free_dealloc(&texts); }
+} EmsgLog;
+
+// Set while an error is being queued: a failing queue reports its own
+// allocation error through emsg, which must then be dropped, not queued.
+bool queueing = false;
+
+// Formats into buffer of size characters and cuts an overflowing text (the
+// formatter gives -1, or exactly size) to size-1 characters. Returns the
+// length of the text left in buffer. size must be at least 1.
+int format_cut(char* buffer, int size, const char* format, va_list args) {
+  const int n = inst::vsnprintf(buffer, static_cast<size_t>(size), format, args);
+  if (n == -1 || n >= size) {
+    buffer[size - 1] = '\0';
+    return size - 1;
+  }
+  return n;
+}
+
+// At most the first kLogTextMax characters of path.
+std::string bounded_path(const char* path) { return std::string(path, strnlen(path, kLogTextMax)); }
+
+// Adds n written bytes to the log's size, stopping at the largest value.
+void grow_size(Log* log, int n) {
+  if (n <= 0) return;
+  const uint32_t room = UINT32_MAX - log->Size;
+  log->Size += static_cast<uint32_t>(n) < room ? static_cast<uint32_t>(n) : room;
+}
+
+void count_line(Log* log) {
+  if (log->Lines < INT32_MAX) log->Lines++;
+}
+
+// Opens the log's own File when no stream is open. Returns whether a stream
+// is open afterwards.
+bool ensure_open(Log* log) {
+  if (log->F) return true;
+  if (log->File.empty()) return false;
+  return log_open(log, log->File.c_str()) == 1;
+}
+
+// "%s%d" of the log's file and n, built as the rotation names are.
+void numbered_name(char* buffer, int size, const std::string& file, int64_t n) {
+  lprintf(buffer, size, "%s%d", file.c_str(), static_cast<int>(n));
+}
+
+// Makes log current when no log is, draining the error queue into it.
+void adopt_if_none(Log* log) {
+  if (CurrentLog) return;
+  CurrentLog = log;
+  check_emsglog();
+}
+
+}  // namespace
+
+Log::~Log() {
+  if (F) std::fclose(F);
+}
+
+Log* log_init(LogLevel level) {
+  Log* log = new (std::nothrow) Log();
+  if (log) log->Level = level;
+  return log;
+}
+
+void log_free(Log** log) {
+  if (!log || !*log) return;
+  if (CurrentLog == *log) CurrentLog = nullptr;
+  delete *log;
+  *log = nullptr;
+}
+
+int log_setup(Log* log, const char* dir, const char* file) {
+  if (!log) return 0;
+  if (dir && access(dir, W_OK) != 0) return 0;
+  log_close(log);
+  char path[kTextBuffer];
+  scpy(path, dir, kTextBuffer);
+  attach_path(path, file, kTextBuffer);
+  log->File = path;
+  adopt_if_none(log);
+  return 1;
+}
+
+int log_open(Log* log, const char* path) {
+  if (!log || !path) return 0;
+  const std::string name = bounded_path(path);  // path may be log->File
+  log_close(log);
+  struct stat st;
+  if (stat(path, &st) == 0) {
+    log->Size = st.st_size > UINT32_MAX ? UINT32_MAX : static_cast<uint32_t>(st.st_size);
+  } else {
+    log->Size = 0;
+  }
+  log->F = s_fopen(path, "a");
+  if (!log->F) return 0;
+  log->File = name;
+  adopt_if_none(log);
+  return 1;
+}
+
+void log_close(Log* log) {
+  if (log) s_fclose(&log->F);
+}
+
+void log_set(Log* log) { CurrentLog = log; }
+
+void log_set_level(Log* log, LogLevel level) {
+  if (log) log->Level = level;
+}
+
+void log_set_level_name(Log* log, const char* name) {
+  if (!log || !name) return;
+  for (int level = LogNone; level <= LogDebug; ++level) {
+    if (s_stricmp(name, LevelNames[level]) == 0) {
+      log->Level = static_cast<LogLevel>(level);
+      return;
+    }
+  }
+}
+
+LogLevel log_level(const Log* log) { return log ? log->Level : LogNone; }
+
+const char* log_level_name(const Log* log) {
+  if (!log || log->Level < LogNone || log->Level > LogDebug) return nullptr;
+  return LevelNames[log->Level];
+}
+
+void log_doflush(Log* log, int period) {
+  if (log) log->DoFlush = period;
+}
+
+void log_dorotate(Log* log, int rotations, uint32_t size) {
+  if (!log) return;
+  log->Rotations = rotations;
+  log->Rotate = size;
+}
+
+void log_flush(Log* log) {
+  Log* target = log ? log : CurrentLog;
+  if (target && target->F) std::fflush(target->F);
+}
+
+void log_line(Log* log, const char* text, LogLevel level) {
+  if (!log || !text || level < LogNone || level > LogDebug || log->Level < level) return;
+  if (!ensure_open(log)) return;
+  const time_t now = std::time(nullptr);
+  struct tm local;
+  char stamp[64];
+  const char* when = "";
+  if (localtime_r(&now, &local) && asctime_r(&local, stamp)) when = stamp;
+  const int n = std::fprintf(log->F, "%.20s [%d] %s: %s\n", when, static_cast<int>(getpid()),
+                             LevelNames[level], text);
+  grow_size(log, n);
+  if (log->Size >= log->Rotate) {
+    log_rotate(log);
+  } else if (log->DoFlush != 0 && log->Lines % log->DoFlush == 0) {
+    std::fflush(log->F);
+  }
+  count_line(log);
+}
+
+int log_rotate(Log* log) {
+  if (!log || log->File.empty()) return 0;
+  const std::string file = log->File;
+  char temp[kTextBuffer];
+  lprintf(temp, kTextBuffer, "%s.%05d%05d", file.c_str(), std::rand(), std::rand());
+  log_close(log);
+  std::rename(file.c_str(), temp);
+  const int reopened = log_open(log, file.c_str());
+
+  // Shift <File>0 .. <File><Rotations-1> up by one, dropping the oldest,
+  // then the file just closed becomes <File>0.
+  char newer[kLogTextMax];
+  char older[kLogTextMax];
+  int64_t rotations = log->Rotations;
+  numbered_name(newer, kLogTextMax, file, rotations);
+  rotations--;
+  while (rotations >= 0) {
+    numbered_name(older, kLogTextMax, file, rotations);
+    std::remove(newer);
+    std::rename(older, newer);
+    numbered_name(newer, kLogTextMax, file, rotations);
+    rotations--;
+  }
+  std::rename(temp, newer);
+  return reopened;
+}
+
+void log_raw(const char* format, ...) {
+  Log* log = CurrentLog;
+  if (!log || !format || !ensure_open(log)) return;
+  char body[kTextBuffer];
+  va_list args;
+  va_start(args, format);
+  const int len = format_cut(body, kTextBuffer, format, args);
+  va_end(args);
+  // Differs from a message line on purpose: no level test, a fixed rotation
+  // size and a bitwise flush test.
+  grow_size(log, static_cast<int>(std::fwrite(body, 1, static_cast<size_t>(len), log->F)));
+  if (log->Size >= kRawRotate) {
+    log_rotate(log);
+  } else if (log->DoFlush != 0 && (log->Lines & log->DoFlush) == 0) {
+    std::fflush(log->F);
+  }
+  count_line(log);
+}
+
+void emsg(const char* format, ...) {
+  if (!format) return;
+  char body[kTextBuffer];
+  va_list args;
+  va_start(args, format);
+  format_cut(body, kTextBuffer, format, args);
+  va_end(args);
+  if (CurrentLog && CurrentLog->Level != LogNone) {
+    log_line(CurrentLog, body, LogError);
+    return;
+  }
+  if (queueing) return;
+  queueing = true;
+  if (!EmsgLog.texts) EmsgLog.texts = array_init<char>();
+  char* copy = s_strdup(body);
+  if (!array_add(EmsgLog.texts, copy)) delete[] copy;
+  queueing = false;
+}
+
+void imsg(const char* format, ...) {
+  if (!CurrentLog || !format || CurrentLog->Level < LogInfo) return;
+  char body[kTextBuffer];
+  va_list args;
+  va_start(args, format);
+  format_cut(body, kTextBuffer, format, args);
+  va_end(args);
+  log_line(CurrentLog, body, LogInfo);
+}
+
+void dmsg(const char* format, ...) {
+  if (!CurrentLog || !format || CurrentLog->Level < LogDebug) return;
+  char body[kTextBuffer];
+  va_list args;
+  va_start(args, format);
+  format_cut(body, kTextBuffer, format, args);
+  va_end(args);
+  log_line(CurrentLog, body, LogDebug);
+}
+
+void check_emsglog() {
+  if (!EmsgLog.texts || !CurrentLog) return;
+  // Detached first, so that errors raised while draining start a new queue.
+  Array<char>* texts = EmsgLog.texts;
+  EmsgLog.texts = nullptr;
+  for (int i = 0; i < array_items(texts); ++i) {
+    log_line(CurrentLog, texts->data[i], LogError);
+  }
+  array_free_dealloc(&texts);
+}
+
+int lprintf(char* buffer, int size, const char* format, ...) {
+  if (!buffer || size < 1 || !format) return 0;
+  va_list args;
+  va_start(args, format);
+  const int n = format_cut(buffer, size, format, args);
+  va_end(args);
+  return n;
+}
+
+int lpcat(char* buffer, int size, const char* format, ...) {
+  if (!buffer || size < 1 || !format) return 0;
+  // The formatter gets one place less than is free, on purpose.
+  const int len = static_cast<int>(strnlen(buffer, static_cast<size_t>(size)));
+  const int room = size - 1 - len;
+  if (room < 1) return 0;
+  va_list args;
+  va_start(args, format);
+  const int n = format_cut(buffer + len, room, format, args);
+  va_end(args);
+  return n;
+}
+
+}  // namespace inst
