@@ -27,6 +27,9 @@ struct Linklist {
   Node<T>* root = nullptr;     // the sentinel; its prev is itself
   Node<T>* current = nullptr;  // the cursor node
   int32_t items = 0;
+  // Adds that left a prev link behind on a node other than the sentinel;
+  // while any were made, a removal looks for links to the removed node.
+  int32_t loose = 0;
 };
 
 template <typename T>
@@ -138,6 +141,7 @@ int list_add(Linklist<T>* l, T* p) {
   if (!l || !p) return 0;
   Node<T>* n = new (std::nothrow) Node<T>();
   if (!n) return 0;
+  if (l->current != l->root && l->current->next && l->loose < INT32_MAX) l->loose++;
   n->prev = l->current;
   n->data = p;
   n->next = l->current->next;
@@ -171,8 +175,10 @@ T* list_del(Linklist<T>* l) {
   // A node added in front of a later node left that node's prev on the node
   // before it; such links to the removed node are moved to its predecessor
   // so that no prev is ever left dangling.
-  for (Node<T>* n = l->current->next; n; n = n->next) {
-    if (n->prev == gone) n->prev = l->current;
+  if (l->loose > 0) {
+    for (Node<T>* n = l->current->next; n; n = n->next) {
+      if (n->prev == gone) n->prev = l->current;
+    }
   }
   delete gone;
   l->items--;
@@ -229,6 +235,7 @@ void list_empty(Linklist<T>* l) {
   list_detail::release_nodes(l, false);
   l->current = l->root;
   l->items = 0;
+  l->loose = 0;
 }
 
 template <typename T>
@@ -237,6 +244,7 @@ void list_empty_dealloc(Linklist<T>* l) {
   list_detail::release_nodes(l, true);
   l->current = l->root;
   l->items = 0;
+  l->loose = 0;
 }
 
 template <typename T>
