@@ -1,6 +1,8 @@
 // Times the loading of product data files whose settings each refer to the
 // one before, so that the cost per setting of declaring and expanding can be
-// compared between a small and a large file.
+// compared between a small and a large file. Every value expands to the same
+// short text, so each setting costs one lookup and one substitution and the
+// time per setting should not grow with the file.
 #include <stdlib.h>
 
 #include <filesystem>
@@ -16,7 +18,7 @@ namespace inst {
 namespace {
 
 // A temporary directory holding one data file of `settings` lines
-// "s<i> $(s<i-1>)/a", and a log file beside it.
+// "s<i> $(s<i-1>)", and a log file beside it.
 class DataDir {
  public:
   explicit DataDir(int settings) {
@@ -24,7 +26,7 @@ class DataDir {
     if (mkdtemp(dir)) path_ = dir;
     std::ofstream out(file());
     out << "s0 /base\n";
-    for (int i = 1; i < settings; ++i) out << "s" << i << " $(s" << i - 1 << ")/a\n";
+    for (int i = 1; i < settings; ++i) out << "s" << i << " $(s" << i - 1 << ")\n";
   }
   ~DataDir() { std::filesystem::remove_all(path_); }
   std::string file() const { return path_ + "/install.dat"; }
