@@ -27,9 +27,12 @@
 #include <thread>
 #include <vector>
 
+#include "tests/scratch.h"
+
 namespace {
 
 namespace fs = std::filesystem;
+using inst::ScratchDir;
 
 const fs::path kScenarios = fs::path(SOURCE_ROOT) / "tests" / "scenarios";
 
@@ -184,47 +187,36 @@ std::string ReadTrimmed(const fs::path& path, const std::string& fallback) {
 
 class ScenarioTest : public testing::TestWithParam<std::string> {
  protected:
-  void SetUp() override {
-    char run_dir[] = "/tmp/e2e-run-XXXXXX";
-    char capture_dir[] = "/tmp/e2e-out-XXXXXX";
-    ASSERT_NE(mkdtemp(run_dir), nullptr);
-    ASSERT_NE(mkdtemp(capture_dir), nullptr);
-    work_ = run_dir;
-    capture_ = capture_dir;
-  }
-  void TearDown() override {
-    std::error_code ignored;
-    fs::remove_all(work_, ignored);
-    fs::remove_all(capture_, ignored);
-  }
   std::string Expected(const fs::path& path) {
-    return ReplaceAll(ReplaceAll(ReadFile(path), "@DIR@", work_.string()), "@HOST@", HostName());
+    return ReplaceAll(ReplaceAll(ReadFile(path), "@DIR@", work_.root()), "@HOST@", HostName());
   }
 
-  fs::path work_;
-  fs::path capture_;
+  ScratchDir work_;     // where the program runs
+  ScratchDir capture_;  // where its output is caught
 };
 
 TEST_P(ScenarioTest, Transcript) {
+  ASSERT_TRUE(work_.ok() && capture_.ok());
   const fs::path scenario = kScenarios / GetParam();
+  const fs::path work = work_.root();
   if (fs::exists(scenario / "product")) {
-    fs::copy(scenario / "product", work_, fs::copy_options::recursive);
+    fs::copy(scenario / "product", work, fs::copy_options::recursive);
   }
   const std::string name = ReadTrimmed(scenario / "name", "setup");
-  const fs::path program = work_ / name;
+  const fs::path program = work / name;
   fs::create_symlink(INSTALL_PROGRAM, program);
   std::vector<std::string> args;
   if (fs::exists(scenario / "args")) args = SplitLines(ReadFile(scenario / "args"));
   const fs::path input = fs::exists(scenario / "stdin") ? scenario / "stdin" : fs::path();
 
-  const Outcome run = RunProgram(program, args, work_, input, capture_);
+  const Outcome run = RunProgram(program, args, work, input, capture_.root());
 
   EXPECT_EQ(run.status, std::stoi(ReadTrimmed(scenario / "status", "0")));
   EXPECT_EQ(run.out, Expected(scenario / "stdout"));
   EXPECT_EQ(run.err, "");
   // The program names its files after its name up to the first dot.
   const std::string bare = name.substr(0, name.find('.'));
-  const fs::path log = work_ / (bare + ".log");
+  const fs::path log = work / (bare + ".log");
   if (fs::exists(scenario / "log")) {
     EXPECT_EQ(LogBodies(log, run.pid), SplitLines(Expected(scenario / "log")));
   }
@@ -238,22 +230,22 @@ TEST_P(ScenarioTest, Transcript) {
     }
   }
   if (fs::exists(scenario / "tree")) {
-    EXPECT_EQ(Listing(work_, name, bare), Expected(scenario / "tree"));
+    EXPECT_EQ(Listing(work, name, bare), Expected(scenario / "tree"));
   }
 }
 
 // A working directory too long for the program's 256-character paths: the
 // files are then named relative to it, and nothing overflows.
 TEST(DeepDirectoryTest, FilesAreNamedRelativeToTheWorkingDirectory) {
-  char base[] = "/tmp/e2e-deep-XXXXXX";
-  ASSERT_NE(mkdtemp(base), nullptr);
-  fs::path deep = base;
+  ScratchDir base;
+  ASSERT_TRUE(base.ok());
+  fs::path deep = base.root();
   for (int i = 0; i < 6; ++i) deep /= std::string(60, 'a' + i);
   fs::create_directories(deep);
   std::ofstream(deep / "setup.dat") << "product Deep\n";
   fs::create_symlink(INSTALL_PROGRAM, deep / "setup");
 
-  const Outcome run = RunProgram(deep / "setup", {"-automate"}, deep, fs::path(), base);
+  const Outcome run = RunProgram(deep / "setup", {"-automate"}, deep, fs::path(), base.root());
 
   EXPECT_EQ(run.status, 0);
   EXPECT_NE(run.out.find("Welcome to the Deep installer"), std::string::npos) << run.out;
@@ -261,8 +253,6 @@ TEST(DeepDirectoryTest, FilesAreNamedRelativeToTheWorkingDirectory) {
   const std::vector<std::string> log = LogBodies(deep / "setup.log", run.pid);
   ASSERT_FALSE(log.empty());
   EXPECT_EQ(log[0], "Info: Log file opened in 'setup.log'");
-  std::error_code ignored;
-  fs::remove_all(base, ignored);
 }
 
 std::string TestName(const testing::TestParamInfo<std::string>& info) {
