@@ -3,275 +3,164 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
+
+#include "tests/scratch.h"
 
 namespace inst {
 namespace {
 
 namespace fs = std::filesystem;
+using Lines = std::vector<std::string>;
 
-std::string ReadAll(const std::string& path) {
-  std::stringstream text;
-  text << std::ifstream(path, std::ios::binary).rdbuf();
-  return text.str();
-}
-
-// Each line of the file without its time and process id: "Info: text".
-std::vector<std::string> Bodies(const std::string& path) {
-  std::vector<std::string> bodies;
-  std::istringstream in(ReadAll(path));
-  for (std::string line; std::getline(in, line);) {
-    const size_t at = line.find("] ");
-    bodies.push_back(at == std::string::npos ? line : line.substr(at + 2));
-  }
-  return bodies;
-}
-
-class LogTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    // Drop what earlier tests left queued: a current log at LogNone takes
-    // the queue and discards it.
-    Log* sink = log_init(LogNone);
-    log_set(sink);
-    check_emsglog();
-    log_set(nullptr);
-    log_free(&sink);
-    std::string pattern = (fs::temp_directory_path() / "log_test.XXXXXX").string();
-    ASSERT_NE(nullptr, mkdtemp(pattern.data()));
-    dir_ = pattern;
-  }
-  void TearDown() override {
-    log_free(&log_);
-    log_set(nullptr);
-    fs::remove_all(dir_);
-  }
-
-  // A log at level, opened on <dir>/name and made current.
-  Log* Open(LogLevel level, const std::string& name = "test.log") {
-    log_free(&log_);
-    log_ = log_init(level);
-    EXPECT_EQ(1, log_open(log_, Path(name).c_str()));
-    log_set(log_);
-    return log_;
-  }
-  std::string Path(const std::string& name) const { return dir_ + "/" + name; }
-
-  std::string dir_;
-  Log* log_ = nullptr;
-};
+// A current debug log on test.log in a scratch directory.
+using LogTest = LoggedTest;
 
 TEST_F(LogTest, LineHasTimeWithoutYearThenPidLevelAndText) {
-  Open(LogInfo);
   imsg("hello %d", 5);
-  log_close(log_);
-  const std::string line = ReadAll(Path("test.log"));
-  ASSERT_GT(line.size(), 20u);
+  log_flush(log_);
+  const std::string line = dir_.Read("test.log");
   struct tm when = {};
-  const char* rest = strptime(line.c_str(), "%a %b %d %H:%M:%S", &when);
-  EXPECT_EQ(line.c_str() + 19, rest) << line;  // day, month, day of month and time
-  EXPECT_EQ(' ', line[19]);                    // then a blank, no year
-  EXPECT_EQ(" [" + std::to_string(getpid()) + "] Info: hello 5\n", line.substr(20));
+  ASSERT_EQ(strptime(line.c_str(), "%a %b %d %H:%M:%S", &when), line.c_str() + 19) << line;
+  EXPECT_EQ(line.substr(19), "  [" + std::to_string(getpid()) + "] Info: hello 5\n");
   EXPECT_EQ(line.size(), log_->Size);
 }
 
 TEST_F(LogTest, LevelDecidesWhichMessagesAreWritten) {
-  struct Row {
-    LogLevel level;
-    std::vector<std::string> bodies;
-  };
-  static const Row rows[] = {
-      {LogDebug, {"Error: e", "Info: i", "Debug: d"}},
-      {LogInfo, {"Error: e", "Info: i"}},
-      {LogError, {"Error: e"}},
-      {LogNone, {}},
-  };
-  for (const Row& r : rows) {
-    const std::string name = std::to_string(r.level) + ".log";
-    Open(r.level, name);
-    emsg("e");
-    imsg("i");
-    dmsg("d");
-    log_close(log_);
-    EXPECT_EQ(r.bodies, Bodies(Path(name))) << "level " << r.level;
+  for (LogLevel level : {LogDebug, LogInfo, LogError}) {
+    log_set_level(log_, level);
+    emsg("e%d", level);
+    imsg("i%d", level);
+    dmsg("d%d", level);
   }
+  EXPECT_EQ(LogLines("Error"), (Lines{"e3", "e2", "e1"}));
+  EXPECT_EQ(LogLines("Info"), (Lines{"i3", "i2"}));
+  EXPECT_EQ(LogLines("Debug"), (Lines{"d3"}));
+  log_set_level_name(log_, "debug");
+  EXPECT_EQ(log_level(log_), LogDebug);
+  log_set_level_name(log_, "verbose");  // unknown: unchanged
+  EXPECT_STREQ(log_level_name(log_), "Debug");
 }
 
 TEST_F(LogTest, BodyIsCutTo999Characters) {
   const std::string text(1200, 'x');
-  Open(LogError);
   emsg("%s", text.c_str());
   emsg((text + "%s").c_str(), "");  // plain characters fill the buffer
-  log_close(log_);
-  const std::vector<std::string> bodies = Bodies(Path("test.log"));
-  ASSERT_EQ(2u, bodies.size());
-  EXPECT_EQ("Error: " + text.substr(0, 999), bodies[0]);
-  EXPECT_EQ(bodies[0], bodies[1]);
+  EXPECT_EQ(LogLines("Error"), Lines(2, text.substr(0, 999)));
 }
 
-TEST_F(LogTest, ErrorsWaitForOpenOrSetupToMakeALogCurrent) {
+TEST_F(LogTest, ErrorsWaitUntilOpenOrSetupMakesALogCurrent) {
+  log_set(nullptr);
   emsg("queued %d", 1);
-  imsg("never queued");
-  log_ = log_init(LogDebug);
-  log_set(log_);  // does not drain
-  ASSERT_EQ(1, log_setup(log_, dir_.c_str(), "a.log"));
+  imsg("dropped");  // only errors wait
+  log_set(log_);    // does not drain
   imsg("after set");
   check_emsglog();
-  log_close(log_);
-  EXPECT_EQ((std::vector<std::string>{"Info: after set", "Error: queued 1"}),
-            Bodies(Path("a.log")));
-
-  Log* none = log_init(LogNone);
-  log_set(none);
+  log_set_level(log_, LogNone);
   emsg("while none");  // a log at LogNone cannot take it
   log_set(nullptr);
-  log_free(&none);
-  Log* opened = log_init(LogError);
-  ASSERT_EQ(1, log_open(opened, Path("b.log").c_str()));
+  log_set_level(log_, LogDebug);
+  ASSERT_EQ(1, log_open(log_, dir_.Path("test.log").c_str()));  // current again
   emsg("direct");
-  log_free(&opened);
-  EXPECT_EQ((std::vector<std::string>{"Error: while none", "Error: direct"}),
-            Bodies(Path("b.log")));
-
-  emsg("before setup");  // the freed current log was detached
-  Log* chosen = log_init(LogError);
-  ASSERT_EQ(1, log_setup(chosen, dir_.c_str(), "c.log"));
-  log_free(&chosen);
-  EXPECT_EQ((std::vector<std::string>{"Error: before setup"}), Bodies(Path("c.log")));
+  Log* other = log_init(LogNone);
+  log_set(other);
+  log_free(&other);  // no longer current
+  emsg("after free");
+  ASSERT_EQ(1, log_setup(log_, dir_.root().c_str(), "test.log"));
+  EXPECT_EQ(LogLines(), (Lines{"after set", "queued 1", "while none", "direct", "after free"}));
 }
 
 TEST_F(LogTest, RotationKeepsNumberedCopiesUpToRotations) {
-  struct Row {
-    int rotations;
-    int lines;
-    std::vector<std::string> copies;  // expected body of <File>0, <File>1, ...
-  };
-  static const Row rows[] = {
-      {2, 5, {"Info: 5", "Info: 4", "Info: 3"}},
-      {0, 3, {"Info: 3"}},
-  };
-  for (const Row& r : rows) {
-    fs::remove_all(dir_);
-    fs::create_directory(dir_);
-    Open(LogInfo, "r.log");
-    log_dorotate(log_, r.rotations, 0);  // every line rotates
-    for (int i = 1; i <= r.lines; ++i) imsg("%d", i);
-    EXPECT_EQ(r.lines, log_->Lines);
-    for (size_t k = 0; k < r.copies.size(); ++k) {
-      EXPECT_EQ(std::vector<std::string>{r.copies[k]}, Bodies(Path("r.log" + std::to_string(k))))
-          << "rotations " << r.rotations << " copy " << k;
-    }
-    // Besides the fresh current file only the numbered copies are left.
-    EXPECT_EQ(1 + r.copies.size(),
-              static_cast<size_t>(std::distance(fs::directory_iterator(dir_), {})))
-        << "rotations " << r.rotations;
-    EXPECT_EQ(0u, fs::file_size(Path("r.log")));
-  }
+  log_dorotate(log_, 2, 0);  // every line rotates; test.log0 .. test.log2 are kept
+  for (int i = 1; i <= 5; ++i) imsg("%d", i);
+  EXPECT_EQ(log_->Lines, 5);
+  EXPECT_TRUE(dir_.Read("test.log0").ends_with("] Info: 5\n"));
+  EXPECT_TRUE(dir_.Read("test.log1").ends_with("] Info: 4\n"));
+  EXPECT_TRUE(dir_.Read("test.log2").ends_with("] Info: 3\n"));
+  EXPECT_EQ(dir_.Read("test.log"), "");
+  // No temporary file and no older copy is left.
+  EXPECT_EQ(std::distance(fs::directory_iterator(dir_.root()), {}), 4);
 }
 
-TEST_F(LogTest, RotatesOnceSizeReachesRotate) {
-  const std::string path = Path("big.log");
-  std::ofstream(path) << std::string(1048576, 'x');
-  Open(LogInfo, "big.log");
-  EXPECT_EQ(1048576u, log_->Size);
-  imsg("first");  // already at the default limit
-  EXPECT_EQ(0u, log_->Size);
-  EXPECT_FALSE(fs::exists(Path("big.log1")));
-  EXPECT_NE(std::string::npos, ReadAll(Path("big.log0")).find("Info: first\n"));
-
-  imsg("one");
-  log_dorotate(log_, 4, 2 * log_->Size);  // the next line of the same length reaches it
-  imsg("two");
-  EXPECT_EQ(0u, log_->Size);
-  EXPECT_EQ((std::vector<std::string>{"Info: one", "Info: two"}), Bodies(Path("big.log0")));
-  EXPECT_TRUE(fs::exists(Path("big.log1")));
+TEST_F(LogTest, RotatesWhenSizeReachesRotateCountingWhatTheFileHeld) {
+  imsg("full");  // measures a line of this length
+  const uint32_t length = log_->Size;
+  dir_.Write("big.log", std::string(1048576 - length, 'x'));
+  ASSERT_EQ(1, log_open(log_, dir_.Path("big.log").c_str()));
+  imsg("full");  // reaches the default limit exactly
+  EXPECT_EQ(log_->Size, 0u);
+  EXPECT_EQ(dir_.Read("big.log0").size(), 1048576u);
+  EXPECT_FALSE(fs::exists(dir_.Path("big.log1")));
 }
 
 TEST_F(LogTest, FlushesOnLinesThatAreMultiplesOfThePeriod) {
-  Open(LogInfo);
   log_doflush(log_, 3);
-  // Lines counted before each line: 0 and 3 and 6 flush.
-  static const size_t visible[] = {1, 1, 1, 4, 4, 4, 7};
+  static const long visible[] = {1, 1, 1, 4, 4, 4, 7};  // lines 0, 3 and 6 flush
   for (size_t i = 0; i < std::size(visible); ++i) {
     imsg("line");
-    EXPECT_EQ(visible[i], Bodies(Path("test.log")).size()) << "after line " << i + 1;
+    const std::string text = dir_.Read("test.log");
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), visible[i]) << "after line " << i + 1;
   }
 }
 
 TEST_F(LogTest, RawTextHasNoPrefixIgnoresLevelAndFlushesOnEvenLines) {
-  Open(LogNone);
+  log_set_level(log_, LogNone);
   log_doflush(log_, 1);
   log_dorotate(log_, 4, 0);  // raw writes keep their own limit
-  static const struct {
-    const char* text;
-    const char* visible;
-  } rows[] = {{"a1", "a1"}, {"b", "a1"}, {"c", "a1bc"}, {"d", "a1bc"}};
-  for (const auto& r : rows) {
-    log_raw("%s", r.text);
-    EXPECT_EQ(r.visible, ReadAll(Path("test.log"))) << "after " << r.text;
-  }
-  EXPECT_FALSE(fs::exists(Path("test.log0")));
-  EXPECT_EQ(5u, log_->Size);
+  log_raw("%s", "a1");       // Lines 0: flushed
+  EXPECT_EQ(dir_.Read("test.log"), "a1");
+  log_raw("b");  // Lines 1: not flushed
+  EXPECT_EQ(dir_.Read("test.log"), "a1");
+  log_raw("c");
+  EXPECT_EQ(dir_.Read("test.log"), "a1bc");
+  EXPECT_FALSE(fs::exists(dir_.Path("test.log0")));
+  EXPECT_EQ(log_->Size, 4u);
 }
 
 TEST_F(LogTest, ClosedOrFailedLogReopensItsFileOnTheNextLine) {
-  Open(LogInfo);
   imsg("one");
-  EXPECT_EQ(0, log_open(log_, Path("missing/x.log").c_str()));  // closes, keeps File
-  EXPECT_EQ(0, log_setup(log_, Path("missing").c_str(), "x.log"));
-  EXPECT_EQ(nullptr, log_->F);
+  EXPECT_EQ(0, log_open(log_, dir_.Path("missing/x.log").c_str()));  // closes, keeps File
+  EXPECT_EQ(0, log_setup(log_, dir_.Path("missing").c_str(), "x.log"));
+  EXPECT_EQ(log_->F, nullptr);
   imsg("two");
-  log_flush(nullptr);
-  EXPECT_EQ((std::vector<std::string>{"Info: one", "Info: two"}), Bodies(Path("test.log")));
-  EXPECT_EQ(ReadAll(Path("test.log")).size(), log_->Size);
+  EXPECT_EQ(LogLines(), (Lines{"one", "two"}));
+  EXPECT_EQ(dir_.Read("test.log").size(), log_->Size);
 }
 
 TEST_F(LogTest, FileKeepsTheFirst999CharactersOfALongPath) {
-  std::string dir = dir_;
-  while (dir.size() < 1100) {
-    dir += "/" + std::string(200, 'd');
-    ASSERT_TRUE(fs::create_directory(dir));
-  }
-  const std::string path = dir + "/long.log";
-  log_ = log_init(LogInfo);
+  std::string path = dir_.root();
+  while (path.size() < 1100) path += "/" + std::string(200, 'd');
+  fs::create_directories(path);
+  path += "/long.log";
   ASSERT_EQ(1, log_open(log_, path.c_str()));
-  EXPECT_EQ(path.substr(0, 999), log_->File);
+  EXPECT_EQ(log_->File, path.substr(0, 999));
+}
+
+// lprintf ('p') or lpcat ('c') of format into a buffer of size that holds
+// start, "%s" taking a text longer than every buffer here: the text left in
+// the buffer, '|' and the result.
+std::string Bounded(char op, int size, const char* start, const char* format) {
+  char buffer[32];
+  std::snprintf(buffer, sizeof buffer, "%s", start);
+  const int n = op == 'c' ? lpcat(buffer, size, format, "abcdefghij")
+                          : lprintf(buffer, size, format, "abcdefghij");
+  return std::string(buffer) + "|" + std::to_string(n);
 }
 
 TEST(LogFormatTest, LprintfAndLpcatCutTheirOverflow) {
-  struct Row {
-    bool cat;
-    int size;
-    const char* start;  // text already in the buffer
-    const char* format;
-    const char* result;
-    int returned;
-  };
-  static const Row rows[] = {
-      {false, 5, "", "%s", "abcd", 4},
-      {false, 5, "", "abcdefghij", "abcd", 4},
-      {false, 20, "", "%s!", "abcdefghij!", 11},
-      {false, 1, "", "abc", "", 0},
-      {true, 10, "ab", "%s", "ababcdef", 6},
-      {true, 10, "ab", "cdefghijk", "abcdefgh", 6},
-      {true, 10, "ab", "xy", "abxy", 2},
-      {true, 10, "abcdefgh", "z", "abcdefgh", 0},
-      {true, 10, "abcdefghi", "%s", "abcdefghi", 0},
-  };
-  for (const Row& r : rows) {
-    char buffer[32];
-    std::snprintf(buffer, sizeof buffer, "%s", r.start);
-    // "%s" takes a text longer than every buffer here.
-    const int n = r.cat ? lpcat(buffer, r.size, r.format, "abcdefghij")
-                        : lprintf(buffer, r.size, r.format, "abcdefghij");
-    EXPECT_STREQ(r.result, buffer) << (r.cat ? "lpcat " : "lprintf ") << r.size << " " << r.format;
-    EXPECT_EQ(r.returned, n) << (r.cat ? "lpcat " : "lprintf ") << r.size << " " << r.format;
-  }
+  EXPECT_EQ(Bounded('p', 5, "", "%s"), "abcd|4");
+  EXPECT_EQ(Bounded('p', 5, "", "abcdefg"), "abcd|4");
+  EXPECT_EQ(Bounded('p', 5, "", "ab"), "ab|2");
+  EXPECT_EQ(Bounded('p', 1, "", "abc"), "|0");
+  // lpcat hands the formatter one place less than is free.
+  EXPECT_EQ(Bounded('c', 6, "ab", "%s"), "abab|2");
+  EXPECT_EQ(Bounded('c', 6, "ab", "cdefg"), "abcd|2");
+  EXPECT_EQ(Bounded('c', 6, "ab", "x"), "abx|1");
 }
+
 }  // namespace
 }  // namespace inst

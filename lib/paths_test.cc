@@ -1,242 +1,136 @@
 #include "lib/paths.h"
 
 #include <gtest/gtest.h>
-#include <limits.h>
-#include <stdlib.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cctype>
 #include <cstring>
 #include <filesystem>
 #include <string>
+#include <vector>
+
+#include "lib/strings.h"
+#include "tests/scratch.h"
 
 namespace inst {
 namespace {
 
-TEST(PathsTest, AttachPathJoinsWithOneSeparator) {
+TEST(PathsTest, JoinsStopAtTheBufferEnd) {
+  // p attach_path: one separator between the parts, only one leading
+  // separator of the name skipped, every separator written as '/';
+  // e attach_ext: the extension appended as given.
   static const struct {
+    char op;
     const char* path;
     const char* name;
     int size;
     const char* expected;  // null: the call returns null
   } rows[] = {
-      {"/opt/pkg", "install", 256, "/opt/pkg/install"},
-      {"/opt/pkg/", "/install", 256, "/opt/pkg/install"},
-      {"", "/etc/x", 256, "/etc/x"},
-      {"", "", 256, nullptr},
-      {"c:\\dir", "f", 256, "c:/dir/f"},
-      {"a/", "//b", 256, "a//b"},
-      {"a", "/b", 256, "a/b"},
-      {"a\\b", "c\\d", 256, "a/b/c/d"},
-      {"abc", "def", 6, "abc/d"},
-      {"abcde", "f", 6, "abcde"},
-      {"abcdefgh", "x", 6, "abcde"},  // a path longer than the buffer is cut
-      {"a\\b", nullptr, 256, "a/b"},
+      {'p', "/a", "b", 64, "/a/b"},      {'p', "/a/", "/b", 64, "/a/b"},
+      {'p', "", "/b", 64, "/b"},         {'p', "", "", 64, nullptr},
+      {'p', "c:\\a", "f", 64, "c:/a/f"}, {'p', "a/", "//b", 64, "a//b"},
+      {'p', "a", "/b", 64, "a/b"},       {'p', "a", "b\\c", 64, "a/b/c"},
+      {'p', "ab", "cd", 5, "ab/c"},      {'p', "abcd", "f", 5, "abcd"},
+      {'p', "abcdefgh", "x", 5, "abcd"}, {'p', "a\\b", nullptr, 64, "a/b"},
+      {'p', "a", "b", 0, nullptr},       {'e', "ab", ".q", 64, "ab.q"},
+      {'e', "abc", ".q", 4, "abc"},      {'e', "abc", ".q", 5, "abc."},
+      {'e', "ab", nullptr, 64, "ab"},    {'e', "a", ".q", 0, nullptr},
   };
   for (const auto& row : rows) {
-    char buffer[64];
-    std::memset(buffer, '#', sizeof buffer);
-    std::strcpy(buffer, row.path);
-    char* r = attach_path(buffer, row.name, row.size);
-    std::string label = std::string(row.path) + " + " + (row.name ? row.name : "(null)");
-    EXPECT_EQ(r == nullptr, row.expected == nullptr) << label;
-    if (row.expected) {
-      EXPECT_STREQ(buffer, row.expected) << label;
-    }
+    char b[72];
+    std::memset(b, '#', sizeof b);
+    std::strcpy(b, row.path);
+    const char guard = b[row.size];
+    char* r =
+        row.op == 'p' ? attach_path(b, row.name, row.size) : attach_ext(b, row.name, row.size);
+    const std::string label = row.op + std::string(" ") + row.path + "," + str(row.name) +
+                              " size " + std::to_string(row.size);
+    EXPECT_EQ(r, row.expected ? b : nullptr) << label;
+    EXPECT_STREQ(r, row.expected) << label;
+    EXPECT_EQ(b[row.size], guard) << "wrote past the size: " << label;
   }
-  EXPECT_EQ(attach_path(nullptr, "a", 10), nullptr);
-  char buffer[8] = "a";
-  EXPECT_EQ(attach_path(buffer, "b", 0), nullptr);
 }
 
-TEST(PathsTest, AttachPathWritesTheChosenSeparator) {
+TEST(PathsTest, JoinsWriteTheChosenSeparatorOrKeepTheNamesOwn) {
   char buffer[32] = "a/b";
   EXPECT_EQ(usesep('\\'), '\\');
   attach_path(buffer, "c/d", sizeof buffer);
   usesep('/');
   EXPECT_STREQ(buffer, "a\\b\\c\\d");
   EXPECT_STREQ(setsep(buffer, '/'), "a/b/c/d");
-}
-
-TEST(PathsTest, AttachPathxJoinsAListFromTheStart) {
-  char buffer[32] = "ignored";
   EXPECT_EQ(attach_pathx(buffer, sizeof buffer, "a", "b/", "/c", "d", nullptr), buffer);
-  EXPECT_STREQ(buffer, "a/b/c/d");
+  EXPECT_STREQ(buffer, "a/b/c/d");  // the first name starts the buffer
   attach_pathx(buffer, 6, "x\\", "y", "zzz", nullptr);
-  EXPECT_STREQ(buffer, "x\\y/z");  // names keep their own separators
+  EXPECT_STREQ(buffer, "x\\y/z");
 }
 
-TEST(PathsTest, AttachExtStopsAtTheBufferEnd) {
-  static const struct {
-    const char* path;
-    const char* ext;
-    int size;
-    const char* expected;
-  } rows[] = {
-      {"install", ".log", 256, "install.log"},
-      {"install", ".log", 8, "install"},
-      {"install", ".log", 10, "install.l"},
-      {"install", nullptr, 256, "install"},
-  };
-  for (const auto& row : rows) {
-    char buffer[32];
-    std::memset(buffer, '#', sizeof buffer);
-    std::strcpy(buffer, row.path);
-    EXPECT_EQ(attach_ext(buffer, row.ext, row.size), buffer) << row.path << " size " << row.size;
-    EXPECT_STREQ(buffer, row.expected) << row.path << " size " << row.size;
-  }
-  EXPECT_EQ(attach_ext(nullptr, ".q", 10), nullptr);
+// The parts of path, each cut to size where a size applies: strip_file's
+// path and name, strip_path, strip_ext, get_ext ("-" when it finds no dot
+// and so returns 0) and exename, joined by '|'.
+std::string Split(const char* path, int size) {
+  char dir[64], name[64], base[64], stem[64], ext[64] = "-", exe[64];
+  std::strcpy(dir, path);
+  std::strcpy(base, path);
+  std::strcpy(stem, path);
+  strip_file(dir, name, size);
+  const int n = get_ext(ext, path, size);
+  if (n != (ext[0] == '-' ? 0 : static_cast<int>(std::strlen(ext))))
+    return "get_ext returned " + std::to_string(n);
+  return std::string(dir) + "|" + name + "|" + strip_path(base) + "|" + strip_ext(stem) + "|" +
+         ext + "|" + exename(exe, path, size);
 }
 
 TEST(PathsTest, SplittingPaths) {
-  static const struct {
-    const char* path;
-    const char* dir;   // strip_file's path
-    const char* file;  // strip_file's name
-    const char* base;  // strip_path
-    const char* stem;  // strip_ext
-  } rows[] = {
-      {"/a/b/c.q", "/a/b", "c.q", "c.q", "/a/b/c"},
-      {"/install", "", "install", "install", "/install"},
-      {"file", "", "file", "file", "file"},
-      {"a\\b/c", "a\\b", "c", "c", "a\\b/c"},
-      {"dir/", "dir", "", "", "dir/"},
-      {"a.tar.gz", "", "a.tar.gz", "a.tar.gz", "a.tar"},
-      {"x.y/z", "x.y", "z", "z", "x.y/z"},
-      {".profile", "", ".profile", ".profile", ".profile"},
-      {"dir/.profile", "dir", ".profile", ".profile", "dir/"},
-      {"a\\b.c", "a", "b.c", "b.c", "a\\b"},
-  };
-  for (const auto& row : rows) {
-    char path[64], name[64];
-    std::strcpy(path, row.path);
-    EXPECT_EQ(strip_file(path, name, sizeof name), path);
-    EXPECT_STREQ(path, row.dir) << "strip_file " << row.path;
-    EXPECT_STREQ(name, row.file) << "strip_file " << row.path;
-    std::strcpy(path, row.path);
-    EXPECT_STREQ(strip_path(path), row.base) << "strip_path " << row.path;
-    std::strcpy(path, row.path);
-    EXPECT_STREQ(strip_ext(path), row.stem) << "strip_ext " << row.path;
-  }
-  char path[] = "/a/bcdef";
-  char name[4];
-  strip_file(path, name, sizeof name);
-  EXPECT_STREQ(name, "bcd");
-  EXPECT_EQ(strip_file(nullptr, name, 4), nullptr);
+  EXPECT_EQ(Split("/a/b/c.q", 32), "/a/b|c.q|c.q|/a/b/c|q|c");
+  EXPECT_EQ(Split("/install", 32), "|install|install|/install|-|install");
+  EXPECT_EQ(Split("a\\b/c", 32), "a\\b|c|c|a\\b/c|-|c");
+  EXPECT_EQ(Split("a.tar.gz", 32), "|a.tar.gz|a.tar.gz|a.tar|tar.gz|a");
+  EXPECT_EQ(Split("x.y/z", 32), "x.y|z|z|x.y/z|-|z");
+  EXPECT_EQ(Split(".profile", 32), "|.profile|.profile|.profile|profile|");
+  EXPECT_EQ(Split("dir/.profile", 32), "dir|.profile|.profile|dir/|profile|");
+  EXPECT_EQ(Split("c:\\x\\setup.bin.exe", 32),
+            "c:\\x|setup.bin.exe|setup.bin.exe|c:\\x\\setup.bin|bin.exe|setup");
+  EXPECT_EQ(Split("/a/bcdef.ghij", 4), "/a|bcd|bcdef.ghij|/a/bcdef|ghi|bcd");
 }
 
-TEST(PathsTest, ExtensionsAndProgramNames) {
-  static const struct {
-    const char* path;
-    int size;
-    const char* ext;  // get_ext; null: returns 0, ext untouched
-    const char* exe;  // exename
-  } rows[] = {
-      {"a.tar.gz", 32, "tar.gz", "a"},
-      {"dir.x/file", 32, nullptr, "file"},
-      {"/usr/local/bin/install", 32, nullptr, "install"},
-      {"./install.sh", 32, "sh", "install"},
-      {"c:\\x\\setup.bin.exe", 32, "bin.exe", "setup"},
-      {".hidden", 32, "hidden", ""},
-      {"install.longext", 4, "lon", "ins"},
-  };
-  for (const auto& row : rows) {
-    char ext[32] = "untouched";
-    int n = get_ext(ext, row.path, row.size);
-    EXPECT_STREQ(ext, row.ext ? row.ext : "untouched") << "get_ext " << row.path;
-    EXPECT_EQ(n, row.ext ? static_cast<int>(std::strlen(row.ext)) : 0) << "get_ext " << row.path;
-    char exe[32];
-    EXPECT_STREQ(exename(exe, row.path, row.size), row.exe) << "exename " << row.path;
-  }
+// The program's directory for argv0, from exepath.
+std::string Exepath(const char* argv0) {
+  char buffer[4096];
+  return exepath(buffer, argv0, sizeof buffer);
 }
 
-TEST(PathsTest, ExepathOfAnAbsoluteProgram) {
-  static const struct {
-    const char* argv0;
-    const char* expected;
-  } rows[] = {
-      {"/usr/local/bin/install", "/usr/local/bin"},
-      {"/a/b/../c/./prog", "/a/c"},
-      {"/a//prog", "/a"},
-      {"/../x/prog", "/x"},
-      {"/a/.hidden/..x/prog", "/a/.hidden/..x"},
-      {"\\opt\\pkg\\install", "/opt/pkg"},
-      {"c:\\prog", "c:/"},
-      {"/a/b/./../../c/prog", "/c"},
-  };
-  for (const auto& row : rows) {
-    char buffer[64];
-    EXPECT_STREQ(exepath(buffer, row.argv0, sizeof buffer), row.expected) << row.argv0;
-  }
-}
-
-// Runs in a fresh temporary directory that is also the working directory.
-class PathsDirTest : public testing::Test {
- protected:
-  void SetUp() override {
-    ASSERT_NE(getcwd(old_cwd_, sizeof old_cwd_), nullptr);
-    std::string pattern = (std::filesystem::temp_directory_path() / "paths_test.XXXXXX").string();
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    char real[PATH_MAX];
-    ASSERT_NE(realpath(pattern.c_str(), real), nullptr);
-    dir_ = real;
-    ASSERT_EQ(chdir(dir_.c_str()), 0);
-  }
-  void TearDown() override {
-    ASSERT_EQ(chdir(old_cwd_), 0);
-    std::filesystem::remove_all(dir_);
-  }
-  char old_cwd_[PATH_MAX];
-  std::string dir_;
-};
-
-TEST_F(PathsDirTest, CurrentDirectoryFitsOrLeavesTheBufferAlone) {
-  char buffer[PATH_MAX];
-  EXPECT_STREQ(currentdir(buffer, sizeof buffer), dir_.c_str());
-  std::strcpy(buffer, "unchanged");
-  EXPECT_EQ(currentdir(buffer, static_cast<int>(dir_.size())), nullptr);
+TEST(PathsTest, ProgramAndWorkingDirectories) {
+  EXPECT_EQ(Exepath("/usr/bin/install"), "/usr/bin");
+  EXPECT_EQ(Exepath("/a/b/../c/./prog"), "/a/c");
+  EXPECT_EQ(Exepath("/a/b/./../../c/prog"), "/c");
+  EXPECT_EQ(Exepath("/../x/prog"), "/x");
+  EXPECT_EQ(Exepath("/a/.h/..x/prog"), "/a/.h/..x");  // hidden names stay
+  EXPECT_EQ(Exepath("/a//prog"), "/a");
+  EXPECT_EQ(Exepath("\\o\\p\\install"), "/o/p");
+  EXPECT_EQ(Exepath("c:\\prog"), "c:/");
+  const std::string cwd = std::filesystem::current_path().string();
+  EXPECT_EQ(Exepath("./bin/install"), cwd + "/bin");
+  EXPECT_EQ(Exepath("a/../../install"), cwd.substr(0, cwd.rfind('/')));
+  char buffer[4096] = "unchanged";
+  EXPECT_EQ(currentdir(buffer, static_cast<int>(cwd.size())), nullptr);  // no room for the end
   EXPECT_STREQ(buffer, "unchanged");
-  EXPECT_NE(currentdir(buffer, static_cast<int>(dir_.size()) + 1), nullptr);
-
-  // A working directory deeper than a 256-character path buffer.
-  std::string deep = dir_;
-  while (deep.size() < 300) {
-    deep += "/" + std::string(40, 'd');
-    ASSERT_EQ(mkdir(deep.c_str(), 0700), 0);
-  }
-  ASSERT_EQ(chdir(deep.c_str()), 0);
-  std::strcpy(buffer, "unchanged");
-  EXPECT_EQ(currentdir(buffer, 256), nullptr);
-  EXPECT_STREQ(buffer, "unchanged");
-  EXPECT_STREQ(currentdir(buffer, 1000), deep.c_str());
+  EXPECT_EQ(currentdir(buffer, static_cast<int>(cwd.size()) + 1), cwd);
 }
 
-TEST_F(PathsDirTest, ExepathOfARelativeProgramStartsAtTheWorkingDirectory) {
-  char buffer[PATH_MAX];
-  EXPECT_EQ(std::string(exepath(buffer, "./bin/install", sizeof buffer)), dir_ + "/bin");
-  EXPECT_EQ(std::string(exepath(buffer, "install", sizeof buffer)), dir_);
-  EXPECT_EQ(std::string(exepath(buffer, "a/../../install", sizeof buffer)),
-            dir_.substr(0, dir_.rfind('/')));
-}
+using PathsDirTest = LoggedTest;
 
-TEST_F(PathsDirTest, TempfileGivesFreshNames) {
-  char first[256], second[256];
-  ASSERT_EQ(tempfile(first, sizeof first, dir_.c_str(), "instXXXXXX"), first);
-  std::string prefix = dir_ + "/inst";
-  ASSERT_EQ(std::string(first).substr(0, prefix.size()), prefix);
-  std::string tail = first + prefix.size();
-  EXPECT_EQ(tail.size(), 6u) << first;
-  EXPECT_NE(tail, "XXXXXX");
-  for (char c : tail) EXPECT_TRUE(std::isalnum(static_cast<unsigned char>(c))) << first;
-  EXPECT_NE(access(first, F_OK), 0);
-
-  // A name that exists is not handed out again.
-  FILE* f = std::fopen("taken", "w");
-  ASSERT_NE(f, nullptr);
-  std::fclose(f);
-  EXPECT_EQ(tempfile(second, sizeof second, dir_.c_str(), "taken"), nullptr);
-  EXPECT_STREQ(second, "");
+TEST_F(PathsDirTest, TempfileGivesAFreshNameOrNone) {
+  char name[256];
+  ASSERT_EQ(tempfile(name, sizeof name, dir_.root().c_str(), "instXXXXXX"), name);
+  const std::string tail = std::string(name).substr(dir_.root().size());
+  EXPECT_TRUE(tail.starts_with("/inst") && tail.size() == 11 && !tail.ends_with("XXXXXX")) << name;
+  for (char c : tail.substr(5)) EXPECT_TRUE(std::isalnum(static_cast<unsigned char>(c))) << name;
+  EXPECT_NE(access(name, F_OK), 0);
+  EXPECT_EQ(LogLines("Debug"),
+            std::vector<std::string>{"Tempfile made[" + std::string(name) + "]"});
+  dir_.Write("taken", "");  // no X's to replace, and the name exists
+  EXPECT_EQ(tempfile(name, sizeof name, dir_.root().c_str(), "taken"), nullptr);
+  EXPECT_STREQ(name, "");
 }
 
 }  // namespace
