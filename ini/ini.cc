@@ -145,15 +145,6 @@ struct Bounded {
   void finish() { buffer[used] = '\0'; }
 };
 
-// A stream closed when it goes out of scope.
-struct OpenFile {
-  FILE* f;
-  explicit OpenFile(FILE* stream) : f(stream) {}
-  ~OpenFile() { s_fclose(&f); }
-  OpenFile(const OpenFile&) = delete;
-  OpenFile& operator=(const OpenFile&) = delete;
-};
-
 // Expands the references in the current value of `values` in place, for
 // ini_process().
 void expand_value(Ini* ini, Linklist<char>* values) {

@@ -66,14 +66,6 @@ void add_builtins(size_t& filled) {
   add_row(filled, "action", "install", Ini_None);
 }
 
-struct OpenFile {
-  FILE* f;
-  explicit OpenFile(FILE* stream) : f(stream) {}
-  ~OpenFile() { s_fclose(&f); }
-  OpenFile(const OpenFile&) = delete;
-  OpenFile& operator=(const OpenFile&) = delete;
-};
-
 }  // namespace
 
 int load_datfile(Ini* ini, const char* file) try {

@@ -81,17 +81,16 @@ void print_menu(Ini* ini) {
 }
 
 void print_blurb(Ini* ini) {
-  FILE* blurb = s_fopen("blurb.txt", "r");
-  if (blurb == nullptr) return;
+  OpenFile blurb(s_fopen("blurb.txt", "r"));
+  if (blurb.f == nullptr) return;
   std::printf("\n");
   char line[kReplySize];
   char out[kReplySize];
-  while (std::fgets(line, sizeof line, blurb) != nullptr) {
+  while (std::fgets(line, sizeof line, blurb.f) != nullptr) {
     out[0] = '\0';
     ini_replace(ini, s_strtrm(line), out, sizeof out);
     std::printf("%s\n", out);
   }
-  s_fclose(&blurb);
 }
 
 void printdot(const char*, const char*, int) {

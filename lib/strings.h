@@ -37,6 +37,15 @@ const char* str(const char* s);                     // "" for null, so it can be
 FILE* s_fopen(const char* path, const char* mode);  // null
 // Closes *stream and sets it to null; does nothing for null.
 void s_fclose(FILE** stream);
+// Holds a stream opened with s_fopen() and closes it when it goes out of
+// scope; `f` is null when the open failed.
+struct OpenFile {
+  FILE* f;
+  explicit OpenFile(FILE* stream) : f(stream) {}
+  ~OpenFile() { s_fclose(&f); }
+  OpenFile(const OpenFile&) = delete;
+  OpenFile& operator=(const OpenFile&) = delete;
+};
 
 // Case-blind comparison through charmap: -1 when either is null, else the
 // difference of the folded characters where the texts part (0 when equal).
