@@ -85,6 +85,15 @@ void adopt_if_none(Log* log) {
   check_emsglog();
 }
 
+// Information and debug messages: the level is tested before formatting,
+// and nothing is queued when no log takes them.
+void write_message(LogLevel level, const char* format, va_list args) {
+  if (!CurrentLog || !format || CurrentLog->Level < level) return;
+  char body[kTextBuffer];
+  format_cut(body, kTextBuffer, format, args);
+  log_line(CurrentLog, body, level);
+}
+
 }  // namespace
 
 Log::~Log() {
@@ -260,23 +269,17 @@ void emsg(const char* format, ...) {
 }
 
 void imsg(const char* format, ...) {
-  if (!CurrentLog || !format || CurrentLog->Level < LogInfo) return;
-  char body[kTextBuffer];
   va_list args;
   va_start(args, format);
-  format_cut(body, kTextBuffer, format, args);
+  write_message(LogInfo, format, args);
   va_end(args);
-  log_line(CurrentLog, body, LogInfo);
 }
 
 void dmsg(const char* format, ...) {
-  if (!CurrentLog || !format || CurrentLog->Level < LogDebug) return;
-  char body[kTextBuffer];
   va_list args;
   va_start(args, format);
-  format_cut(body, kTextBuffer, format, args);
+  write_message(LogDebug, format, args);
   va_end(args);
-  log_line(CurrentLog, body, LogDebug);
 }
 
 void check_emsglog() {
