@@ -50,17 +50,6 @@ void report_fail(const char* src, const char* dst, int mode) {
   if (fail != nullptr) fail(src, dst, mode);
 }
 
-bool is_sep(char c) { return c == '/' || c == '\\'; }
-
-// The last '/' or '\' in text, or null.
-const char* last_sep(const char* text) {
-  const char* found = nullptr;
-  for (const char* p = text; *p != '\0'; ++p) {
-    if (is_sep(*p)) found = p;
-  }
-  return found;
-}
-
 // Formats into text of size characters; a text that does not fit is cut to
 // size-1 characters.
 void format_cut(char* text, int size, const char* format, va_list args) {
@@ -428,7 +417,7 @@ const char* file_name(const File* file) { return file == nullptr ? nullptr : fil
 
 char* file_filename(const File* file, char* buffer, int bfsz) {
   if (file == nullptr || buffer == nullptr) return nullptr;
-  const char* sep = last_sep(file->name);
+  const char* sep = last_separator(file->name);
   scpy(buffer, sep == nullptr ? file->name : sep + 1, bfsz);
   return buffer;
 }
@@ -436,7 +425,7 @@ char* file_filename(const File* file, char* buffer, int bfsz) {
 char* file_path(const File* file, char* buffer, int bfsz) {
   if (file == nullptr || buffer == nullptr) return nullptr;
   if (bfsz < 1) return buffer;
-  const char* sep = last_sep(file->name);
+  const char* sep = last_separator(file->name);
   size_t length = sep == nullptr ? std::strlen(file->name) : static_cast<size_t>(sep - file->name);
   if (length > static_cast<size_t>(bfsz - 1)) length = static_cast<size_t>(bfsz - 1);
   std::memmove(buffer, file->name, length);
@@ -546,7 +535,7 @@ int file_mkdir(const char* dir, int make_all) {
   char path[kFileNameSize];
   scpy(path, dir, kFileNameSize);
   size_t length = std::strlen(dir);
-  if (length > 0 && is_sep(dir[length - 1])) --length;
+  if (length > 0 && is_separator(dir[length - 1])) --length;
   if (length >= static_cast<size_t>(kFileNameSize)) {
     refuse_mkdir(path);
     return 0;
@@ -569,7 +558,7 @@ int file_mkdir(const char* dir, int make_all) {
   if (make_all) {
     const size_t start = length > 1 && path[1] == ':' ? 3 : 1;
     for (size_t i = start; i < length; ++i) {
-      if (!is_sep(path[i])) continue;
+      if (!is_separator(path[i])) continue;
       path[i] = '\0';
       make();
       path[i] = '/';

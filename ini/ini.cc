@@ -197,11 +197,8 @@ const char* vhost_from_environment(Ini* ini, std::string& found) {
 }
 
 bool has_extension(const char* path) {
-  const char* base = path;
-  for (const char* p = path; *p; ++p) {
-    if (*p == '/' || *p == '\\') base = p + 1;
-  }
-  return std::strchr(base, '.') != nullptr;
+  const char* sep = last_separator(path);
+  return std::strchr(sep ? sep + 1 : path, '.') != nullptr;
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "installer/installer.h"
 
 #include <cerrno>
-#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -23,14 +22,6 @@ const char kRule[] = "======================================================\n";
 const char* product_name(Ini* ini) {
   const char* name = ini_value_name(ini, "product");
   return name != nullptr ? name : "NONAME";
-}
-
-// The leading decimal number of text as atoi reads it, held within int.
-int leading_number(const char* text) {
-  const long value = std::strtol(text, nullptr, 10);
-  if (value > INT_MAX) return INT_MAX;
-  if (value < INT_MIN) return INT_MIN;
-  return static_cast<int>(value);
 }
 
 }  // namespace
@@ -124,7 +115,7 @@ void menu_loop(Ini* ini, int action) {
         std::printf("\nWhat would you like to do[%d]? ", action);
         if (!read_reply(reply, sizeof reply, stdin)) return;
         const char* text = s_strtrm(reply);
-        choice = *text == '\0' ? action : leading_number(text);
+        choice = *text == '\0' ? action : s_atoi(text);
       }
     }
     switch (choice) {

@@ -109,6 +109,16 @@ void release_nodes(Linklist<T>* l, bool dealloc) {
   l->root->next = nullptr;
 }
 
+// Leaves l empty and usable, releasing the elements too when dealloc is set.
+template <typename T>
+void empty(Linklist<T>* l, bool dealloc) {
+  if (!l) return;
+  release_nodes(l, dealloc);
+  l->current = l->root;
+  l->items = 0;
+  l->loose = 0;
+}
+
 // The node whose next is n: n's prev when that link is current, otherwise
 // found by a walk from the sentinel (an add in front of n leaves n's prev
 // behind the new node).
@@ -231,20 +241,12 @@ int list_items(const Linklist<T>* l) {
 
 template <typename T>
 void list_empty(Linklist<T>* l) {
-  if (!l) return;
-  list_detail::release_nodes(l, false);
-  l->current = l->root;
-  l->items = 0;
-  l->loose = 0;
+  list_detail::empty(l, false);
 }
 
 template <typename T>
 void list_empty_dealloc(Linklist<T>* l) {
-  if (!l) return;
-  list_detail::release_nodes(l, true);
-  l->current = l->root;
-  l->items = 0;
-  l->loose = 0;
+  list_detail::empty(l, true);
 }
 
 template <typename T>

@@ -21,24 +21,13 @@ namespace {
 
 char Sep = '/';
 
-bool is_sep(char c) { return c == '/' || c == '\\'; }
-
 // The position of the last separator in s, or null when there is none.
-char* last_sep(char* s) {
-  char* found = nullptr;
-  for (; *s; ++s) {
-    if (is_sep(*s)) found = s;
-  }
-  return found;
-}
+char* last_sep(char* s) { return const_cast<char*>(last_separator(s)); }
 
 // The file-name part of s: what follows its last separator.
 const char* file_part(const char* s) {
-  const char* name = s;
-  for (; *s; ++s) {
-    if (is_sep(*s)) name = s + 1;
-  }
-  return name;
+  const char* sep = last_separator(s);
+  return sep ? sep + 1 : s;
 }
 
 // Length of the text in buf, looking at no more than limit characters.
@@ -95,6 +84,17 @@ constexpr int kTempAttempts = 1000;
 
 }  // namespace
 
+bool is_separator(char c) { return c == '/' || c == '\\'; }
+
+const char* last_separator(const char* path) {
+  if (path == nullptr) return nullptr;
+  const char* found = nullptr;
+  for (; *path; ++path) {
+    if (is_separator(*path)) found = path;
+  }
+  return found;
+}
+
 char usesep(char sep) {
   Sep = sep;
   return sep;
@@ -103,7 +103,7 @@ char usesep(char sep) {
 char* setsep(char* path, char sep) {
   if (path == nullptr) return nullptr;
   for (char* p = path; *p; ++p) {
-    if (is_sep(*p)) *p = sep;
+    if (is_separator(*p)) *p = sep;
   }
   return path;
 }
@@ -112,16 +112,16 @@ char* attach_path(char* path, const char* name, int size) {
   if (path == nullptr || size < 1) return nullptr;
   int n = 0;
   for (; n < size - 1 && path[n]; ++n) {
-    if (is_sep(path[n])) path[n] = Sep;
+    if (is_separator(path[n])) path[n] = Sep;
   }
   if (name == nullptr) return path;
-  bool path_ends_sep = n > 0 && (is_sep(path[n - 1]) || path[n - 1] == Sep);
-  if (is_sep(*name)) {
+  bool path_ends_sep = n > 0 && (is_separator(path[n - 1]) || path[n - 1] == Sep);
+  if (is_separator(*name)) {
     if (path_ends_sep) ++name;
   } else if (n > 0 && !path_ends_sep && n < size - 1) {
     path[n++] = Sep;
   }
-  for (; n < size - 1 && *name; ++name) path[n++] = is_sep(*name) ? Sep : *name;
+  for (; n < size - 1 && *name; ++name) path[n++] = is_separator(*name) ? Sep : *name;
   path[n] = '\0';
   return n == 0 ? nullptr : path;
 }
@@ -134,10 +134,10 @@ char* attach_pathx(char* path, int size, ...) {
   path[0] = '\0';
   for (const char* name = va_arg(args, const char*); name; name = va_arg(args, const char*)) {
     if (n > 0) {
-      bool ends_sep = is_sep(path[n - 1]);
-      if (ends_sep && is_sep(*name)) {
+      bool ends_sep = is_separator(path[n - 1]);
+      if (ends_sep && is_separator(*name)) {
         ++name;
-      } else if (!ends_sep && !is_sep(*name) && n < size - 1) {
+      } else if (!ends_sep && !is_separator(*name) && n < size - 1) {
         path[n++] = Sep;
       }
     }
@@ -179,7 +179,7 @@ char* strip_ext(char* path) {
   for (char* p = path; *p; ++p) {
     if (*p == '.') {
       dot = p;
-    } else if (is_sep(*p)) {
+    } else if (is_separator(*p)) {
       dot = nullptr;
     }
   }
@@ -208,14 +208,14 @@ char* exepath(char* buf, const char* argv0, int size) {
   if (buf == nullptr || size < 1) return buf;
   const char* arg = str(argv0);
   int n = 0;
-  if (is_sep(arg[0]) || (arg[0] && arg[1] == ':')) {
+  if (is_separator(arg[0]) || (arg[0] && arg[1] == ':')) {
     buf[0] = '\0';
   } else {
     if (currentdir(buf, size) == nullptr) buf[0] = '\0';
     n = bounded_length(buf, size - 1);
     if (n < size - 1) buf[n++] = '/';
   }
-  for (; n < size - 1 && *arg; ++arg) buf[n++] = is_sep(*arg) ? '/' : *arg;
+  for (; n < size - 1 && *arg; ++arg) buf[n++] = is_separator(*arg) ? '/' : *arg;
   buf[n] = '\0';
   char* sep = last_sep(buf);
   if (sep) *sep = '\0';

@@ -7,6 +7,10 @@
 
 namespace inst {
 
+// Whether c is a separator: '/' or '\'.
+bool is_separator(char c);
+// The last separator in path, or null when there is none (or path is null).
+const char* last_separator(const char* path);
 // Sets the separator that attach_path() writes; returns it.
 char usesep(char sep);
 // Replaces every '/' and '\' in path by sep; returns path (null for null).
