@@ -34,8 +34,6 @@ namespace {
 FileFn ok = nullptr;
 FileFn fail = nullptr;
 
-// Size of a message text buffer; the text itself is at most 999 characters.
-constexpr int kTextSize = 1000;
 // Longest run handed to the kernel's in-kernel copy in one call: a whole
 // number of chunks.
 constexpr size_t kKernelCopyStep = size_t{1} << 30;
@@ -50,30 +48,23 @@ void report_fail(const char* src, const char* dst, int mode) {
   if (fail != nullptr) fail(src, dst, mode);
 }
 
-// Formats into text of size characters; a text that does not fit is cut to
-// size-1 characters.
-void format_cut(char* text, int size, const char* format, va_list args) {
-  const int n = inst::vsnprintf(text, static_cast<size_t>(size), format, args);
-  if (n < 0 || n >= size) text[size - 1] = '\0';
-}
-
 // Logs one debug line about path. errno is kept, since the caller may still
 // report it.
-void debug_path(const char* format, const char* path) {
+void debug_path(FormatFor<const char*> format, const char* path) {
   const int saved = errno;
   dmsg(format, path);
   errno = saved;
 }
 
-// Joins dir and name with attach_path into out (kFileNameSize characters).
+// Joins dir and name with attach_path into out (kPathSize characters).
 // Returns false when the whole path did not fit, so that out holds it cut.
 bool join_path(char* out, const char* dir, const char* name) {
   // One more place than out has: a result that fills it was too long.
-  char wide[kFileNameSize + 1];
-  scpy(wide, dir, kFileNameSize + 1);
-  attach_path(wide, name, kFileNameSize + 1);
-  scpy(out, wide, kFileNameSize);
-  return std::strlen(wide) < static_cast<size_t>(kFileNameSize);
+  char wide[kPathSize + 1];
+  scpy(wide, dir, kPathSize + 1);
+  attach_path(wide, name, kPathSize + 1);
+  scpy(out, wide, kPathSize);
+  return std::strlen(wide) < static_cast<size_t>(kPathSize);
 }
 
 File* new_file() { return new (std::nothrow) File(); }
@@ -221,10 +212,10 @@ int copy_tree(const char* path, const char* wild, const char* exclude, const cha
   FHandle* handle = nullptr;
   File* entry = file_first(&handle, path, wild);
   for (bool more = entry != nullptr; more; more = file_next(entry, handle) != 0) {
-    char base[kFileNameSize];
-    file_filename(entry, base, kFileNameSize);
+    char base[kPathSize];
+    file_filename(entry, base, kPathSize);
     if (!wild_match(base, wild) || wild_list(base, exclude)) continue;
-    char target[kFileNameSize];
+    char target[kPathSize];
     const bool fits = join_path(target, dst, base);
 
     if (!S_ISDIR(entry->info.st_mode)) {
@@ -356,8 +347,8 @@ int file_stat(File* file) {
   file->link.clear();
   if (lstat(file->name, &file->info) != 0) return 0;
   if (!S_ISLNK(file->info.st_mode)) return 1;
-  char target[kFileNameSize];
-  const ssize_t n = readlink(file->name, target, kFileNameSize - 1);
+  char target[kPathSize];
+  const ssize_t n = readlink(file->name, target, kPathSize - 1);
   try {
     if (n < 0) {
       file_error("Error reading symlink '%s'", file->name);
@@ -373,13 +364,13 @@ int file_stat(File* file) {
 
 File* file_existf(const char* path) {
   if (path == nullptr) return nullptr;
-  if (std::strlen(path) >= static_cast<size_t>(kFileNameSize)) {
+  if (std::strlen(path) >= static_cast<size_t>(kPathSize)) {
     errno = ENAMETOOLONG;
     return nullptr;
   }
   File* file = new_file();
   if (file == nullptr) return nullptr;
-  scpy(file->name, path, kFileNameSize);
+  scpy(file->name, path, kPathSize);
   if (!file_stat(file)) file_free(&file);
   return file;
 }
@@ -448,17 +439,21 @@ int file_getgid(const char* name) {
   }
 }
 
+namespace unchecked {
+
 void file_error(const char* format, ...) {
   if (format == nullptr) return;
   const int saved = errno;
-  char text[kTextSize];
+  char text[kLineSize];
   va_list args;
   va_start(args, format);
-  format_cut(text, kTextSize, format, args);
+  vlprintf(text, kLineSize, format, args);
   va_end(args);
   emsg("%s, %s", text, std::strerror(saved));
   errno = saved;
 }
+
+}  // namespace unchecked
 
 void file_setup_fn(FileFn xok, FileFn xfail) {
   ok = xok;
@@ -532,11 +527,11 @@ int file_xmove(const char* path, const char* wild, const char* exclude, const ch
 
 int file_mkdir(const char* dir, int make_all) {
   if (dir == nullptr) return 0;
-  char path[kFileNameSize];
-  scpy(path, dir, kFileNameSize);
+  char path[kPathSize];
+  scpy(path, dir, kPathSize);
   size_t length = std::strlen(dir);
   if (length > 0 && is_separator(dir[length - 1])) --length;
-  if (length >= static_cast<size_t>(kFileNameSize)) {
+  if (length >= static_cast<size_t>(kPathSize)) {
     refuse_mkdir(path);
     return 0;
   }
@@ -585,8 +580,8 @@ int file_rmdir(const char* dir, const char* exclude, int recurse) {
     // Removal logs nothing, not even a directory it cannot open.
     File* entry = start_scan(&handle, dir, "*", false);
     for (bool more = entry != nullptr; more; more = file_next(entry, handle) != 0) {
-      char base[kFileNameSize];
-      file_filename(entry, base, kFileNameSize);
+      char base[kPathSize];
+      file_filename(entry, base, kPathSize);
       if (wild_list(base, exclude)) continue;
       if (S_ISDIR(entry->info.st_mode)) {
         const int removed = file_rmdir(entry->name, exclude, 1);

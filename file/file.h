@@ -18,16 +18,14 @@
 #include <memory>
 #include <string>
 
-namespace inst {
+#include "lib/format.h"
+#include "lib/limits.h"
 
-// Size of a path buffer in characters, terminator included.
-constexpr int kFileNameSize = 256;
-// The unit in which copies read and count their bytes.
-constexpr int kCopyChunk = 8192;
+namespace inst {
 
 // One file: its path, the target of a symbolic link, and its status.
 struct File {
-  char name[kFileNameSize] = "";  // full path, at most 255 characters
+  char name[kPathSize] = "";  // full path, at most 255 characters
   // For a symbolic link the text it points to (at most 255 characters), or
   // "READLINK FAILED" when it could not be read; empty for anything else.
   std::string link;
@@ -110,7 +108,13 @@ int file_usergid(const char* name);
 // Formats the text (cut to 999 characters) and logs it at error level
 // followed by ", " and the text of the current system error, even when no
 // error is set. errno is left as it was.
-void file_error(const char* format, ...) __attribute__((format(printf, 1, 2)));
+namespace unchecked {
+void file_error(const char* format, ...);
+}  // namespace unchecked
+template <typename... Args>
+void file_error(FormatFor<Args...> format, Args... args) {
+  unchecked::file_error(format.text(), args...);
+}
 
 // Installs the two progress callbacks; either may be null (no call).
 void file_setup_fn(FileFn xok, FileFn xfail);

@@ -11,6 +11,7 @@
 
 #include "copy/copy.h"
 #include "lib/format.h"
+#include "lib/limits.h"
 #include "lib/log.h"
 #include "lib/paths.h"
 #include "lib/strings.h"
@@ -19,7 +20,6 @@
 namespace inst {
 namespace {
 
-constexpr int kWorkSize = 1000;         // value, line and formatting buffers
 constexpr size_t kNameMax = 999;        // longest reference name looked up
 constexpr size_t kVarsSize = 10000;     // work buffer of copy-script expansion
 constexpr size_t kVarsPieceMax = 8999;  // longest value or tail it copies
@@ -27,7 +27,7 @@ constexpr int kMaxSubstitutions = 100;  // per value in ini_process()
 constexpr int32_t kGrowRows = 5;        // rows added when the table is full
 
 // Shared by every ini_peek() call and never cleared.
-char peek_buffer[kWorkSize];
+char peek_buffer[kLineSize];
 
 bool uses(const Ini* ini, IniMode flag) { return (ini->mode & flag) != 0; }
 
@@ -105,12 +105,6 @@ void clear_declarations(Ini* ini) {
   ini->size = 0;
 }
 
-// Terminates a text formatted into `size` bytes: output that filled the
-// buffer is cut to its first size-1 characters.
-void cut_formatted(char* buffer, int size, int written) {
-  if (written < 0 || written >= size) buffer[size - 1] = '\0';
-}
-
 // Runs the registered transforms that apply to `mode` over value. Returns
 // the transformed text in work, or value itself when none applies.
 const char* apply_transforms(const Ini* ini, SettingMode mode, const char* value, char* work) {
@@ -120,8 +114,8 @@ const char* apply_transforms(const Ini* ini, SettingMode mode, const char* value
     if (!x || !x->fn || !(x->flag & mode)) continue;
     // The function may hand back the work buffer itself, so copy through a
     // second buffer.
-    char next[kWorkSize];
-    scpy(next, x->fn(value), kWorkSize);
+    char next[kLineSize];
+    scpy(next, x->fn(value), kLineSize);
     std::memcpy(work, next, std::strlen(next) + 1);
     value = work;
   }
@@ -148,7 +142,7 @@ struct Bounded {
 // Expands the references in the current value of `values` in place, for
 // ini_process().
 void expand_value(Ini* ini, Linklist<char>* values) {
-  char work[kWorkSize];
+  char work[kLineSize];
   const char* value = list_get(values);
   size_t scan = 0;
   int substitutions = 0;
@@ -168,7 +162,7 @@ void expand_value(Ini* ini, Linklist<char>* values) {
     if (ini->list[found].mode & Ini_Replace) replacement = first_value(item_at(ini, found));
     std::string pattern = "$(";
     pattern.append(written).append(")");
-    sreplace(value, pattern.c_str(), replacement, work, kWorkSize);
+    sreplace(value, pattern.c_str(), replacement, work, kLineSize);
     dmsg("Replaced '%s' in '%s' with '%s' = '%s'", pattern.c_str(), value, str(replacement), work);
     char* fresh = s_strdup(work);
     delete[] list_replace(values, fresh);
@@ -392,10 +386,10 @@ int do_add(Ini* ini, int32_t index, const char* value) try {
   if (!valid_index(ini, index) || !value) return 0;
   const char* name = name_at(ini, index);
   const SettingMode mode = ini->list[index].mode;
-  char work[kWorkSize];
+  char work[kLineSize];
   value = apply_transforms(ini, mode, value, work);
   if (uses(ini, Ini_UsePath) && (mode & Ini_Path)) {
-    if (value != work) scpy(work, value, kWorkSize);
+    if (value != work) scpy(work, value, kLineSize);
     value = setsep(work, '/');
   }
   if (uses(ini, Ini_UseFixed) && (mode & Ini_Fixed)) {
@@ -479,16 +473,19 @@ int ini_add_name(Ini* ini, const char* name, const char* value) {
   return 0;
 }
 
+namespace unchecked {
+
 int ini_add_format(Ini* ini, int32_t index, const char* format, ...) {
   if (!valid_index(ini, index) || !format) return 0;
-  char buffer[kWorkSize];
+  char buffer[kLineSize];
   va_list args;
   va_start(args, format);
-  int written = inst::vsnprintf(buffer, sizeof buffer, format, args);
+  vlprintf(buffer, kLineSize, format, args);
   va_end(args);
-  cut_formatted(buffer, kWorkSize, written);
   return do_add(ini, index, buffer);
 }
+
+}  // namespace unchecked
 
 int ini_add_array(Ini* ini, int32_t index, Array<char>* values) {
   if (!valid_index(ini, index) || !values) return 0;
@@ -600,14 +597,14 @@ int ini_split_line(char* line, char** name, char** value) {
 
 char* ini_filename(char* path, const char* name) {
   if (!path) return nullptr;
-  scpy(path, name, kIniNameMax + 1);
-  if (!has_extension(path)) attach_ext(path, ".ini", kIniNameMax + 1);
+  scpy(path, name, kPathSize);
+  if (!has_extension(path)) attach_ext(path, ".ini", kPathSize);
   return path;
 }
 
 int ini_load(Ini* ini, const char* file, const char* vhost) try {
   if (!ini || ini->list.empty() || !file) return 0;
-  char path[kIniNameMax + 1];
+  char path[kPathSize];
   ini_filename(path, file);
   dmsg("Opening ini file '%s'", path);
   OpenFile in(s_fopen(path, "r"));
@@ -617,7 +614,7 @@ int ini_load(Ini* ini, const char* file, const char* vhost) try {
   std::string found;
   const char* host = vhost;
   bool apply = true;
-  char line[kWorkSize];
+  char line[kLineSize];
   while (std::fgets(line, sizeof line, in.f)) {
     char* name;
     char* value;
@@ -640,19 +637,19 @@ int ini_load(Ini* ini, const char* file, const char* vhost) try {
 
 const char* ini_peek(Ini* ini, const char* file, int32_t index) {
   if (!valid_index(ini, index) || !file) return nullptr;
-  char path[kIniNameMax + 1];
+  char path[kPathSize];
   ini_filename(path, file);
   dmsg("Opening ini file '%s'", path);
   OpenFile in(s_fopen(path, "r"));
   if (!in.f) return nullptr;
   const char* wanted = name_at(ini, index);
-  char line[kWorkSize];
+  char line[kLineSize];
   while (std::fgets(line, sizeof line, in.f)) {
     char* name;
     char* value;
     if (!ini_split_line(line, &name, &value)) continue;
     if (std::strcmp(name, wanted) == 0) {
-      scpy(peek_buffer, value, kWorkSize);
+      scpy(peek_buffer, value, kLineSize);
       break;
     }
   }

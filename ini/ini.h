@@ -19,6 +19,8 @@
 #include <vector>
 
 #include "lib/array.h"
+#include "lib/format.h"
+#include "lib/limits.h"
 #include "lib/linklist.h"
 
 namespace inst {
@@ -204,8 +206,13 @@ int ini_add(Ini* ini, int32_t index, const char* value);
 int ini_add_name(Ini* ini, const char* name, const char* value);
 // Formats with the program's own formatter into 1000 bytes (output beyond
 // 999 characters is cut) and adds the result.
-int ini_add_format(Ini* ini, int32_t index, const char* format, ...)
-    __attribute__((format(printf, 3, 4)));
+namespace unchecked {
+int ini_add_format(Ini* ini, int32_t index, const char* format, ...);
+}  // namespace unchecked
+template <typename... Args>
+int ini_add_format(Ini* ini, int32_t index, FormatFor<Args...> format, Args... args) {
+  return unchecked::ini_add_format(ini, index, format.text(), args...);
+}
 // Adds every text of `values` in order, going on past refused ones. Returns
 // 1, or 0 for bad arguments.
 int ini_add_array(Ini* ini, int32_t index, Array<char>* values);
@@ -253,9 +260,7 @@ char* replace_vars(const Copy* copy, const char* text);
 // (first character '#') or null arguments.
 int ini_split_line(char* line, char** name, char** value);
 
-// Longest settings-file name in characters; longer names are cut.
-constexpr int kIniNameMax = 255;
-// Copies `name` into `path` (kIniNameMax+1 bytes), cut to kIniNameMax
+// Copies `name` into `path` (kPathSize bytes), cut to kPathSize-1
 // characters, and appends ".ini" (as far as it fits) when the file-name part
 // has no dot. Returns path.
 char* ini_filename(char* path, const char* name);

@@ -1,4 +1,4 @@
-// The product data file and the host-name lookup.
+// The product data file.
 #include "ini/shared.h"
 
 #include <unistd.h>
@@ -10,6 +10,8 @@
 #include <new>
 #include <vector>
 
+#include "lib/host.h"
+#include "lib/limits.h"
 #include "lib/log.h"
 #include "lib/paths.h"
 #include "lib/strings.h"
@@ -22,8 +24,6 @@ namespace {
 
 constexpr size_t kFirstRows = 10;
 constexpr size_t kGrowRows = 5;
-constexpr int kLineSize = 1000;  // lines are read at most 999 characters at a time
-constexpr int kValueSize = 1000;
 
 // The storage behind _settings; its size is the table's capacity.
 std::vector<SettingList> rows;
@@ -51,15 +51,15 @@ void add_row(size_t& filled, const char* name, const char* dflt, SettingMode mod
 // Rows 0 to 3: the machine and the run.
 void add_builtins(size_t& filled) {
   constexpr SettingMode kMachine = Ini_Replace | Ini_Fixed;
-  char buffer[kValueSize];
-  tcp_hostname(buffer, kValueSize);
+  char buffer[kLineSize];
+  tcp_hostname(buffer, kLineSize);
   imsg("host=%s", buffer);
   add_row(filled, "host", buffer, kMachine);
-  systemdir(buffer, kValueSize);
+  systemdir(buffer, kLineSize);
   imsg("system_dir=%s", buffer);
   add_row(filled, "system_dir", buffer, kMachine);
   // Without a current directory the setting is declared without a value.
-  const char* current = currentdir(buffer, kValueSize);
+  const char* current = currentdir(buffer, kLineSize);
   imsg("current_dir=%s", str(current));
   add_row(filled, "current_dir", current, kMachine);
   imsg("action=install");
@@ -102,20 +102,6 @@ int load_datfile(Ini* ini, const char* file) try {
 void clear_datfile() {
   if (!_settings) return;
   release_rows();
-}
-
-int32_t datfile_capacity() { return _settings ? static_cast<int32_t>(rows.size()) : 0; }
-
-char* tcp_hostname(char* name, int size) {
-  if (!name || size < 1) return name;
-  if (gethostname(name, static_cast<size_t>(size) - 1) != 0) {
-    emsg("Gethostname failed, %s", std::strerror(errno));
-    scpy(name, "127.0.0.1", size);
-    return name;
-  }
-  // A name that exactly fills the room may come back unterminated.
-  name[size - 1] = '\0';
-  return name;
 }
 
 }  // namespace inst

@@ -1,6 +1,6 @@
 // The product data file: declares every setting the installer knows, with
 // its default, behind four built-in settings describing the machine and the
-// run; and the host-name lookup those built-ins use.
+// run.
 #ifndef INSTALLER_INI_SHARED_H_
 #define INSTALLER_INI_SHARED_H_
 
@@ -23,15 +23,6 @@ extern SettingList* _settings;
 int load_datfile(Ini* ini, const char* file);
 // Releases `_settings` with every text in it and sets it to null.
 void clear_datfile();
-// The number of rows allocated for `_settings` (10 at first, 5 more each
-// time the filled rows reach it, one more for the terminator when the table
-// ends exactly full); 0 when there is no table.
-int32_t datfile_capacity();
-
-// Fills `name` (`size` bytes) with the machine's host name and returns it.
-// When the system cannot give it (logged), "127.0.0.1" cut to size-1
-// characters is used instead.
-char* tcp_hostname(char* name, int size);
 
 }  // namespace inst
 

@@ -79,19 +79,6 @@ TEST_F(DatfileTest, LinesSplitIntoNameAndValueAndLongLinesComeInPieces) {
   EXPECT_STREQ(ini_value_name(ini_, "dup"), "1");
 }
 
-TEST_F(DatfileTest, TableGrowsByFiveAndKeepsATerminator) {
-  const std::pair<int, int32_t> rows[] = {{5, 10}, {6, 11}, {7, 15}, {11, 16}};
-  for (const auto& [settings, capacity] : rows) {
-    std::string text;
-    for (int i = 0; i < settings; ++i) text += "s" + std::to_string(i) + " v\n";
-    ASSERT_EQ(Load(text), 1);
-    ASSERT_EQ(datfile_capacity(), capacity) << settings << " settings";
-    EXPECT_EQ(_settings[4 + settings].setting, nullptr) << settings << " settings";
-  }
-  clear_datfile();
-  EXPECT_EQ(_settings, nullptr);
-}
-
 TEST_F(DatfileTest, MissingFileIsLoggedAndDeclaresNothing) {
   const std::string path = dir_.Path("absent.dat");
   EXPECT_EQ(load_datfile(ini_, path.c_str()), 0);
@@ -99,15 +86,6 @@ TEST_F(DatfileTest, MissingFileIsLoggedAndDeclaresNothing) {
   EXPECT_EQ(_settings, nullptr);
   EXPECT_EQ(LogLines("Error"),
             Lines{"Error opening '" + path + "' for read, No such file or directory"});
-}
-
-TEST_F(DatfileTest, HostNameFallsBackWhenItDoesNotFit) {
-  ASSERT_GT(HostName().size(), 1u);
-  char small[2];
-  EXPECT_STREQ(tcp_hostname(small, sizeof small), "1");
-  const Lines errors = LogLines("Error");
-  ASSERT_EQ(errors.size(), 1u);
-  EXPECT_EQ(errors[0].rfind("Gethostname failed, ", 0), 0u);
 }
 
 }  // namespace

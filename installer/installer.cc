@@ -75,8 +75,8 @@ void print_blurb(Ini* ini) {
   OpenFile blurb(s_fopen("blurb.txt", "r"));
   if (blurb.f == nullptr) return;
   std::printf("\n");
-  char line[kReplySize];
-  char out[kReplySize];
+  char line[kLineSize];
+  char out[kLineSize];
   while (std::fgets(line, sizeof line, blurb.f) != nullptr) {
     out[0] = '\0';
     ini_replace(ini, s_strtrm(line), out, sizeof out);
@@ -101,7 +101,7 @@ int suggested_action(Ini* ini) {
 }
 
 void menu_loop(Ini* ini, int action) {
-  char reply[kReplySize];
+  char reply[kLineSize];
   for (int finished = 0; !finished;) {
     int choice;
     if (special_mode != nullptr) {

@@ -5,6 +5,7 @@
 #define INSTALLER_INSTALLER_INSTALLER_H_
 
 #include "ini/ini.h"
+#include "lib/limits.h"
 #include "lib/log.h"
 
 namespace inst {
@@ -12,9 +13,6 @@ namespace inst {
 // Results of a run. SUCEEDED is spelled so on purpose.
 enum { FAILED = 0, SUCEEDED = 1, SW_TO_UPGRADE = 2, SW_TO_INSTALL = 3, QUIT = 4 };
 
-// Size of the terminal line buffer and of the description-file path buffer.
-constexpr int kReplySize = 1000;
-constexpr int kPathSize = 256;
 
 // The program's bare name (see exename), set at start-up and released at the
 // end; null outside a run.

@@ -54,7 +54,7 @@ int main(int argc, char** argv) {
 
   if (!automate) {
     std::printf("\n<Press enter to exit>");
-    char reply[kReplySize];
+    char reply[kLineSize];
     read_reply(reply, sizeof reply, stdin);
   }
   return 0;

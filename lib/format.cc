@@ -18,14 +18,24 @@ namespace {
 // One conversion as collected from the format. The text handed to the C
 // library is rebuilt from these parts, so that it is always well formed.
 struct Conversion {
-  std::string flags;      // "-+0 #" in the order they came
-  std::string width;      // digits, or "*" when the width is an argument
-  std::string precision;  // digits, or "*" when the precision is an argument
-  bool has_precision = false;
-  int star_width = 0;
-  int star_precision = 0;
+  unsigned flags = 0;  // bits of kFlagChars that were given, in any order
+  int width = -1;      // digits given in the width place; -1 for none
+  int precision = -1;  // digits after the '.', 0 when none follow it; -1 without '.'
+  bool star_width = false;
+  bool star_precision = false;
+  int width_value = 0;      // the argument a '*' width took
+  int precision_value = 0;  // the argument a '*' precision took
   char letter = 0;
 };
+
+constexpr char kFlagChars[] = "-+0 #";
+
+// Adds a decimal digit to a width or precision, stopping at INT_MAX.
+int add_digit(int value, char digit) {
+  const int d = digit - '0';
+  if (value < 0) value = 0;
+  return value > (INT_MAX - d) / 10 ? INT_MAX : value * 10 + d;
+}
 
 // Reads one conversion starting just after its '%'. Every '*' takes the next
 // int argument; the last width (or precision) written in its place counts.
@@ -33,25 +43,32 @@ struct Conversion {
 // ends before a letter.
 const char* collect(const char* f, va_list* args, Conversion* c) {
   for (; *f; ++f) {
-    char ch = *f;
-    if (ch == '-' || ch == '+' || ch == ' ' || ch == '#' ||
-        (ch == '0' && !c->has_precision && c->width.empty())) {
-      c->flags += ch;
+    const char ch = *f;
+    const char* flag = ch != '\0' ? std::strchr(kFlagChars, ch) : nullptr;
+    const bool has_precision = c->precision >= 0;
+    if (flag != nullptr && (ch != '0' || (!has_precision && c->width < 0 && !c->star_width))) {
+      c->flags |= 1u << (flag - kFlagChars);
     } else if (ch >= '0' && ch <= '9') {
-      std::string& digits = c->has_precision ? c->precision : c->width;
-      if (digits == "*") digits.clear();
-      digits += ch;
-    } else if (ch == '*') {
-      if (c->has_precision) {
-        c->star_precision = va_arg(*args, int);
-        c->precision = "*";
+      if (has_precision) {
+        c->star_precision = false;
+        c->precision = add_digit(c->precision, ch);
       } else {
-        c->star_width = va_arg(*args, int);
-        c->width = "*";
+        c->star_width = false;
+        c->width = add_digit(c->width, ch);
+      }
+    } else if (ch == '*') {
+      if (has_precision) {
+        c->precision_value = va_arg(*args, int);
+        c->star_precision = true;
+        c->precision = 0;
+      } else {
+        c->width_value = va_arg(*args, int);
+        c->star_width = true;
+        c->width = -1;
       }
     } else if (ch == '.') {
-      c->has_precision = true;
-      c->precision.clear();
+      c->precision = 0;
+      c->star_precision = false;
     } else {
       c->letter = ch;
       return f + 1;
@@ -61,11 +78,32 @@ const char* collect(const char* f, va_list* args, Conversion* c) {
 }
 
 // The text for the C library: the collected parts around `letter`.
-std::string library_directive(const Conversion& c, char letter) {
-  std::string directive = "%" + c.flags + c.width;
-  if (c.has_precision) directive += "." + c.precision;
-  directive += letter;
-  return directive;
+struct Directive {
+  char text[64];
+};
+
+Directive library_directive(const Conversion& c, char letter) {
+  Directive d;
+  char flags[sizeof kFlagChars] = "";
+  int n = 0;
+  for (int i = 0; kFlagChars[i] != '\0'; ++i) {
+    if (c.flags & (1u << i)) flags[n++] = kFlagChars[i];
+  }
+  flags[n] = '\0';
+  char width[16] = "";
+  if (c.star_width) {
+    std::strcpy(width, "*");
+  } else if (c.width >= 0) {
+    std::snprintf(width, sizeof width, "%d", c.width);
+  }
+  char precision[16] = "";
+  if (c.star_precision) {
+    std::strcpy(precision, ".*");
+  } else if (c.precision >= 0) {
+    std::snprintf(precision, sizeof precision, ".%d", c.precision);
+  }
+  std::snprintf(d.text, sizeof d.text, "%%%s%s%s%c", flags, width, precision, letter);
+  return d;
 }
 
 // Renders `value` through the directive with the C library, passing the '*'
@@ -73,14 +111,14 @@ std::string library_directive(const Conversion& c, char letter) {
 // Returns the number of characters copied; 0 when the library refuses the
 // conversion or the temporary text cannot be allocated.
 template <typename T>
-int render(char* dst, size_t room, const Conversion& c, const std::string& directive, T value) {
-  const char* s = directive.c_str();
-  bool sw = c.width == "*";
-  bool sp = c.has_precision && c.precision == "*";
+int render(char* dst, size_t room, const Conversion& c, const Directive& directive, T value) {
+  const char* s = directive.text;
   auto print = [&](char* out, size_t n) {
-    if (sw && sp) return std::snprintf(out, n, s, c.star_width, c.star_precision, value);
-    if (sw) return std::snprintf(out, n, s, c.star_width, value);
-    if (sp) return std::snprintf(out, n, s, c.star_precision, value);
+    if (c.star_width && c.star_precision) {
+      return std::snprintf(out, n, s, c.width_value, c.precision_value, value);
+    }
+    if (c.star_width) return std::snprintf(out, n, s, c.width_value, value);
+    if (c.star_precision) return std::snprintf(out, n, s, c.precision_value, value);
     return std::snprintf(out, n, s, value);
   };
   int length = print(nullptr, 0);
@@ -98,7 +136,6 @@ int render(char* dst, size_t room, const Conversion& c, const std::string& direc
   print(text.data(), keep + 1);
   return scpy(dst, text.c_str(), room > INT_MAX ? INT_MAX : static_cast<int>(room));
 }
-
 // Walks the format, writing into buffer and advancing *count; stops when
 // *count reaches size or the format ends.
 void walk(char* buffer, size_t size, const char* f, va_list* ap, size_t* count) {
@@ -180,12 +217,46 @@ int vsnprintf(char* buffer, size_t size, const char* format, va_list args) {
   return static_cast<int>(count);
 }
 
+int vlprintf(char* buffer, int size, const char* format, va_list args) {
+  if (buffer == nullptr || size < 1 || format == nullptr) return 0;
+  const int n = inst::vsnprintf(buffer, static_cast<size_t>(size), format, args);
+  if (n == -1 || n >= size) {
+    buffer[size - 1] = '\0';
+    return size - 1;
+  }
+  return n;
+}
+
+namespace unchecked {
+
 int snprintf(char* buffer, size_t size, const char* format, ...) {
   va_list args;
   va_start(args, format);
-  int result = inst::vsnprintf(buffer, size, format, args);
+  const int result = inst::vsnprintf(buffer, size, format, args);
   va_end(args);
   return result;
 }
 
+int lprintf(char* buffer, int size, const char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  const int n = vlprintf(buffer, size, format, args);
+  va_end(args);
+  return n;
+}
+
+int lpcat(char* buffer, int size, const char* format, ...) {
+  if (buffer == nullptr || size < 1 || format == nullptr) return 0;
+  // The formatter gets one place less than is free, on purpose.
+  const int len = static_cast<int>(strnlen(buffer, static_cast<size_t>(size)));
+  const int room = size - 1 - len;
+  if (room < 1) return 0;
+  va_list args;
+  va_start(args, format);
+  const int n = vlprintf(buffer + len, room, format, args);
+  va_end(args);
+  return n;
+}
+
+}  // namespace unchecked
 }  // namespace inst

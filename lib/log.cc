@@ -9,9 +9,10 @@
 #include <cstring>
 #include <ctime>
 #include <string>
+#include <vector>
 
-#include "lib/array.h"
 #include "lib/format.h"
+#include "lib/limits.h"
 #include "lib/paths.h"
 #include "lib/strings.h"
 
@@ -21,38 +22,17 @@ const char* const LevelNames[4] = {"None", "Error", "Info", "Debug"};
 
 namespace {
 
-// Size of the buffers that message bodies and file names are built in.
-constexpr int kTextBuffer = kLogTextMax + 1;
 // Size at which a raw write rotates, whatever the log's Rotate says.
 constexpr uint32_t kRawRotate = 1048576;
 
 // The log that the message calls write to; not owned.
 Log* CurrentLog = nullptr;
 
-// Error texts waiting for a log, each a new[] copy; released at exit.
-struct ErrorQueue {
-  Array<char>* texts = nullptr;
-  ~ErrorQueue() { array_free_dealloc(&texts); }
-} EmsgLog;
+// Error texts waiting for a log, in arrival order.
+std::vector<std::string> EmsgLog;
 
-// Set while an error is being queued: a failing queue reports its own
-// allocation error through emsg, which must then be dropped, not queued.
-bool queueing = false;
-
-// Formats into buffer of size characters and cuts an overflowing text (the
-// formatter gives -1, or exactly size) to size-1 characters. Returns the
-// length of the text left in buffer. size must be at least 1.
-int format_cut(char* buffer, int size, const char* format, va_list args) {
-  const int n = inst::vsnprintf(buffer, static_cast<size_t>(size), format, args);
-  if (n == -1 || n >= size) {
-    buffer[size - 1] = '\0';
-    return size - 1;
-  }
-  return n;
-}
-
-// At most the first kLogTextMax characters of path.
-std::string bounded_path(const char* path) { return std::string(path, strnlen(path, kLogTextMax)); }
+// At most the first kMessageMax characters of path.
+std::string bounded_path(const char* path) { return std::string(path, strnlen(path, kMessageMax)); }
 
 // Adds n written bytes to the log's size, stopping at the largest value.
 void grow_size(Log* log, int n) {
@@ -89,8 +69,8 @@ void adopt_if_none(Log* log) {
 // and nothing is queued when no log takes them.
 void write_message(LogLevel level, const char* format, va_list args) {
   if (!CurrentLog || !format || CurrentLog->Level < level) return;
-  char body[kTextBuffer];
-  format_cut(body, kTextBuffer, format, args);
+  char body[kLineSize];
+  vlprintf(body, kLineSize, format, args);
   log_line(CurrentLog, body, level);
 }
 
@@ -117,9 +97,9 @@ int log_setup(Log* log, const char* dir, const char* file) {
   if (!log) return 0;
   if (dir && access(dir, W_OK) != 0) return 0;
   log_close(log);
-  char path[kTextBuffer];
-  scpy(path, dir, kTextBuffer);
-  attach_path(path, file, kTextBuffer);
+  char path[kLineSize];
+  scpy(path, dir, kLineSize);
+  attach_path(path, file, kLineSize);
   log->File = path;
   adopt_if_none(log);
   return 1;
@@ -206,37 +186,47 @@ void log_line(Log* log, const char* text, LogLevel level) {
 int log_rotate(Log* log) {
   if (!log || log->File.empty()) return 0;
   const std::string file = log->File;
-  char temp[kTextBuffer];
-  lprintf(temp, kTextBuffer, "%s.%05d%05d", file.c_str(), std::rand(), std::rand());
+  char temp[kLineSize];
+  lprintf(temp, kLineSize, "%s.%05d%05d", file.c_str(), std::rand(), std::rand());
   log_close(log);
   std::rename(file.c_str(), temp);
   const int reopened = log_open(log, file.c_str());
 
   // Shift <File>0 .. <File><Rotations-1> up by one, dropping the oldest,
   // then the file just closed becomes <File>0.
-  char newer[kLogTextMax];
-  char older[kLogTextMax];
+  char newer[kMessageMax];
+  char older[kMessageMax];
   int64_t rotations = log->Rotations;
-  numbered_name(newer, kLogTextMax, file, rotations);
+  numbered_name(newer, kMessageMax, file, rotations);
   rotations--;
   while (rotations >= 0) {
-    numbered_name(older, kLogTextMax, file, rotations);
+    numbered_name(older, kMessageMax, file, rotations);
     std::remove(newer);
     std::rename(older, newer);
-    numbered_name(newer, kLogTextMax, file, rotations);
+    numbered_name(newer, kMessageMax, file, rotations);
     rotations--;
   }
   std::rename(temp, newer);
   return reopened;
 }
 
+void check_emsglog() {
+  if (EmsgLog.empty() || !CurrentLog) return;
+  // Detached first, so that errors raised while draining start a new queue.
+  std::vector<std::string> texts;
+  texts.swap(EmsgLog);
+  for (const std::string& text : texts) log_line(CurrentLog, text.c_str(), LogError);
+}
+
+namespace unchecked {
+
 void log_raw(const char* format, ...) {
   Log* log = CurrentLog;
   if (!log || !format || !ensure_open(log)) return;
-  char body[kTextBuffer];
+  char body[kLineSize];
   va_list args;
   va_start(args, format);
-  const int len = format_cut(body, kTextBuffer, format, args);
+  const int len = vlprintf(body, kLineSize, format, args);
   va_end(args);
   // Differs from a message line on purpose: no level test, a fixed rotation
   // size and a bitwise flush test.
@@ -251,21 +241,16 @@ void log_raw(const char* format, ...) {
 
 void emsg(const char* format, ...) {
   if (!format) return;
-  char body[kTextBuffer];
+  char body[kLineSize];
   va_list args;
   va_start(args, format);
-  format_cut(body, kTextBuffer, format, args);
+  vlprintf(body, kLineSize, format, args);
   va_end(args);
   if (CurrentLog && CurrentLog->Level != LogNone) {
     log_line(CurrentLog, body, LogError);
     return;
   }
-  if (queueing) return;
-  queueing = true;
-  if (!EmsgLog.texts) EmsgLog.texts = array_init<char>();
-  char* copy = s_strdup(body);
-  if (!array_add(EmsgLog.texts, copy)) delete[] copy;
-  queueing = false;
+  EmsgLog.emplace_back(body);
 }
 
 void imsg(const char* format, ...) {
@@ -282,37 +267,5 @@ void dmsg(const char* format, ...) {
   va_end(args);
 }
 
-void check_emsglog() {
-  if (!EmsgLog.texts || !CurrentLog) return;
-  // Detached first, so that errors raised while draining start a new queue.
-  Array<char>* texts = EmsgLog.texts;
-  EmsgLog.texts = nullptr;
-  for (int i = 0; i < array_items(texts); ++i) {
-    log_line(CurrentLog, texts->data[i], LogError);
-  }
-  array_free_dealloc(&texts);
-}
-
-int lprintf(char* buffer, int size, const char* format, ...) {
-  if (!buffer || size < 1 || !format) return 0;
-  va_list args;
-  va_start(args, format);
-  const int n = format_cut(buffer, size, format, args);
-  va_end(args);
-  return n;
-}
-
-int lpcat(char* buffer, int size, const char* format, ...) {
-  if (!buffer || size < 1 || !format) return 0;
-  // The formatter gets one place less than is free, on purpose.
-  const int len = static_cast<int>(strnlen(buffer, static_cast<size_t>(size)));
-  const int room = size - 1 - len;
-  if (room < 1) return 0;
-  va_list args;
-  va_start(args, format);
-  const int n = format_cut(buffer + len, room, format, args);
-  va_end(args);
-  return n;
-}
-
+}  // namespace unchecked
 }  // namespace inst

@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <string>
 
+#include "lib/format.h"
+
 namespace inst {
 
 enum LogLevel { LogNone = 0, LogError = 1, LogInfo = 2, LogDebug = 3 };
@@ -15,11 +17,8 @@ enum LogLevel { LogNone = 0, LogError = 1, LogInfo = 2, LogDebug = 3 };
 // "None", "Error", "Info", "Debug", indexed by level.
 extern const char* const LevelNames[4];
 
-// Longest log path and longest message body, in characters.
-constexpr int kLogTextMax = 999;
-
 struct Log {
-  std::string File;           // the file's path, at most 999 characters; empty until chosen
+  std::string File;           // the file's path, at most kMessageMax characters; empty until chosen
   LogLevel Level = LogNone;   // messages of this level or lower are written
   int32_t DoFlush = 0;        // flush period in lines; 0 never flushes on its own
   int32_t Lines = 0;          // lines written since creation, never reset
@@ -67,26 +66,40 @@ void log_flush(Log* log);
 void log_line(Log* log, const char* text, LogLevel level);
 // Rotates the file now; returns what reopening the fresh file returned.
 int log_rotate(Log* log);
+// The message calls with an unchecked format, behind the checked ones below.
+namespace unchecked {
+void log_raw(const char* format, ...);
+void emsg(const char* format, ...);
+void imsg(const char* format, ...);
+void dmsg(const char* format, ...);
+}  // namespace unchecked
+
 // Writes formatted text to the current log as it stands: no prefix, no line
 // break, no level test.
-void log_raw(const char* format, ...) __attribute__((format(printf, 1, 2)));
+template <typename... Args>
+void log_raw(FormatFor<Args...> format, Args... args) {
+  unchecked::log_raw(format.text(), args...);
+}
 
 // Error, information and debug messages to the current log, one line each,
-// bodies cut to 999 characters. Errors with no log to take them are queued.
-void emsg(const char* format, ...) __attribute__((format(printf, 1, 2)));
-void imsg(const char* format, ...) __attribute__((format(printf, 1, 2)));
-void dmsg(const char* format, ...) __attribute__((format(printf, 1, 2)));
+// bodies cut to kMessageMax characters. Errors with no log to take them are
+// queued. A null format does nothing.
+template <typename... Args>
+void emsg(FormatFor<Args...> format, Args... args) {
+  unchecked::emsg(format.text(), args...);
+}
+template <typename... Args>
+void imsg(FormatFor<Args...> format, Args... args) {
+  unchecked::imsg(format.text(), args...);
+}
+template <typename... Args>
+void dmsg(FormatFor<Args...> format, Args... args) {
+  unchecked::dmsg(format.text(), args...);
+}
+
 // Writes the queued errors to the current log in arrival order and empties
 // the queue; does nothing without a queue or a current log.
 void check_emsglog();
-
-// Formats into buffer of size characters. On overflow the text is cut to
-// size-1 characters and size-1 returned; otherwise the formatter's count.
-int lprintf(char* buffer, int size, const char* format, ...) __attribute__((format(printf, 3, 4)));
-// Appends formatted text to buffer's text, handing the formatter one place
-// less than is free (kept on purpose). Returns the number of characters
-// appended; on overflow the appended part is cut.
-int lpcat(char* buffer, int size, const char* format, ...) __attribute__((format(printf, 3, 4)));
 
 }  // namespace inst
 

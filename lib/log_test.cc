@@ -49,7 +49,7 @@ TEST_F(LogTest, LevelDecidesWhichMessagesAreWritten) {
 TEST_F(LogTest, BodyIsCutTo999Characters) {
   const std::string text(1200, 'x');
   emsg("%s", text.c_str());
-  emsg((text + "%s").c_str(), "");  // plain characters fill the buffer
+  unchecked::emsg((text + "%s").c_str(), "");  // plain characters fill the buffer
   EXPECT_EQ(LogLines("Error"), Lines(2, text.substr(0, 999)));
 }
 
@@ -146,8 +146,8 @@ TEST_F(LogTest, FileKeepsTheFirst999CharactersOfALongPath) {
 std::string Bounded(char op, int size, const char* start, const char* format) {
   char buffer[32];
   std::snprintf(buffer, sizeof buffer, "%s", start);
-  const int n = op == 'c' ? lpcat(buffer, size, format, "abcdefghij")
-                          : lprintf(buffer, size, format, "abcdefghij");
+  const int n = op == 'c' ? unchecked::lpcat(buffer, size, format, "abcdefghij")
+                          : unchecked::lprintf(buffer, size, format, "abcdefghij");
   return std::string(buffer) + "|" + std::to_string(n);
 }
 

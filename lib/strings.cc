@@ -35,8 +35,6 @@ const unsigned char charmap[256] = {
 
 namespace {
 
-unsigned char fold(char c) { return charmap[static_cast<unsigned char>(c)]; }
-
 bool is_space(char c) { return std::isspace(static_cast<unsigned char>(c)) != 0; }
 
 bool is_digit(char c) { return c >= '0' && c <= '9'; }

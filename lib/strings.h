@@ -16,6 +16,8 @@ namespace inst {
 // Maps 'A'..'Z' to 'a'..'z' and every other byte to itself. Index it with the
 // byte as unsigned char; case-blind comparisons are meant for 7-bit text.
 extern const unsigned char charmap[256];
+// c folded through charmap.
+inline unsigned char fold(char c) { return charmap[static_cast<unsigned char>(c)]; }
 
 // Null-safe wrappers: the standard result, or the noted one for a null argument.
 size_t s_strlen(const char* s);                                // 0

@@ -6,8 +6,6 @@
 namespace inst {
 namespace {
 
-unsigned char fold(char c) { return charmap[static_cast<unsigned char>(c)]; }
-
 bool same(char a, char b, int case_sensitive) {
   return case_sensitive ? a == b : fold(a) == fold(b);
 }
