@@ -7,11 +7,13 @@
 //   stdin           what is fed to standard input (default: nothing)
 //   stdout          the expected transcript
 //   status          the expected exit status (default 0)
-//   log             the expected log, every line, without time and process id
-//   log_contains    lines that must appear in the log in this order
+//   log_contains    log lines, without time and process id, that must appear
+//                   in this order (other lines may come between them)
 //   tree            the expected listing of the run directory afterwards
 // In expected texts @DIR@ stands for the run directory and @HOST@ for the
-// machine's host name.
+// machine's host name; in the transcript a line "@BANNER <product>@" stands
+// for the welcome banner and "@MENU <product>@" for the menu's lines (from
+// the empty line before "1. Install" to "4. Exit").
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -55,6 +57,37 @@ std::string ReplaceAll(std::string text, const std::string& from, const std::str
     text.replace(at, from.size(), to);
   }
   return text;
+}
+
+// The text between "@<word> " and the next "@" replaced by what make(text)
+// gives, for every occurrence.
+template <typename Make>
+std::string ExpandPlaceholder(std::string text, const std::string& word, Make make) {
+  const std::string open = "@" + word + " ";
+  for (size_t at = text.find(open); at != std::string::npos; at = text.find(open, at)) {
+    const size_t end = text.find('@', at + open.size());
+    if (end == std::string::npos) break;
+    const std::string expansion = make(text.substr(at + open.size(), end - at - open.size()));
+    text.replace(at, end + 1 - at, expansion);
+    at += expansion.size();
+  }
+  return text;
+}
+
+std::string Banner(const std::string& product) {
+  const std::string rule(54, '=');
+  return rule + "\n             Welcome to the " + product +
+         " installer\n"
+         " You will be asked a series of questions, for each a\n"
+         " default answer will be provided (thus), to accept the\n"
+         " default simply press <enter>, otherwise enter a new\n"
+         " answer and press <enter>\n" +
+         rule;
+}
+
+std::string Menu(const std::string& product) {
+  return "\n1. Install " + product + "\n2. Upgrade " + product + "\n3. Remove " + product +
+         "\n4. Exit";
 }
 
 std::string HostName() {
@@ -188,7 +221,9 @@ std::string ReadTrimmed(const fs::path& path, const std::string& fallback) {
 class ScenarioTest : public testing::TestWithParam<std::string> {
  protected:
   std::string Expected(const fs::path& path) {
-    return ReplaceAll(ReplaceAll(ReadFile(path), "@DIR@", work_.root()), "@HOST@", HostName());
+    std::string text = ReplaceAll(ReadFile(path), "@DIR@", work_.root());
+    text = ExpandPlaceholder(ReplaceAll(text, "@HOST@", HostName()), "BANNER", Banner);
+    return ExpandPlaceholder(text, "MENU", Menu);
   }
 
   ScratchDir work_;     // where the program runs
@@ -217,9 +252,6 @@ TEST_P(ScenarioTest, Transcript) {
   // The program names its files after its name up to the first dot.
   const std::string bare = name.substr(0, name.find('.'));
   const fs::path log = work / (bare + ".log");
-  if (fs::exists(scenario / "log")) {
-    EXPECT_EQ(LogBodies(log, run.pid), SplitLines(Expected(scenario / "log")));
-  }
   if (fs::exists(scenario / "log_contains")) {
     const std::vector<std::string> bodies = LogBodies(log, run.pid);
     auto at = bodies.begin();
