@@ -1,0 +1,410 @@
+// The question file, asking one question and checking its answer.
+#include "quest/quest.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstring>
+#include <new>
+
+#include "file/file.h"
+#include "ini/ini.h"
+#include "lib/input.h"
+#include "lib/limits.h"
+#include "lib/log.h"
+#include "lib/paths.h"
+#include "lib/strings.h"
+
+namespace inst {
+
+namespace {
+
+// The module's last error, shared by every list.
+std::string last_error;
+
+// Records are added five at a time.
+constexpr uint32_t kGrowStep = 5;
+// A prompt longer than a screen line is printed in pieces of at most this
+// many characters.
+constexpr size_t kScreenWidth = 80;
+constexpr size_t kPieceMax = kScreenWidth - 1;
+
+const char kSeparators[] = " \t";
+
+using Field = std::unique_ptr<char[]> Quest::*;
+
+// Where the words of a question line go. `second` takes the word after the
+// keyword; the five-word form then has a control and a comparison; `third`
+// takes the next word (the help id position); with `rest` the rest of the
+// line is the question text, escapes converted.
+struct Form {
+  Field second;
+  bool controls;
+  Field third;
+  bool rest;
+};
+
+constexpr Form kAsked{&Quest::setting, true, &Quest::help_id, true};
+constexpr Form kError{&Quest::setting, false, &Quest::help_id, true};
+constexpr Form kLoop{&Quest::setting, false, &Quest::text, false};
+constexpr Form kExist{&Quest::text, false, &Quest::setting, false};
+
+struct Keyword {
+  const char* word;
+  QType type;
+  const Form* form;
+};
+
+constexpr Keyword kKeywords[] = {
+    {"Text", QText, &kAsked},
+    {"YN", QYN, &kAsked},
+    {"Dir", QDir, &kAsked},
+    {"DirExist", QDirExist, &kAsked},
+    {"DirEmpty", QDirEmpty, &kAsked},
+    {"File", QFile, &kAsked},
+    {"FileExist", QFileExist, &kAsked},
+    {"FileName", QFileName, &kAsked},
+    {"Copy", QCopy, &kAsked},
+    {"Exist", QXExist, &kExist},
+    {"Error", QError, &kError},
+    {"Loop", QLoop, &kLoop},
+};
+
+bool is_blank(char c) { return c == ' ' || c == '\t'; }
+
+void set_field(Quest& quest, Field field, const char* word) {
+  (quest.*field).reset(s_strdup(word));
+}
+
+// Fills quest from the words of line (trimmed, not empty), which is cut up
+// in place. Fields are set as their words are read, so a rejected line
+// leaves those it reached in the record. Returns false when a word is
+// missing (logged).
+bool parse_question(Quest& quest, char* line) {
+  char* next = nullptr;
+  const char* keyword = s_strtok(line, kSeparators, &next);
+  const Keyword* known = nullptr;
+  for (const Keyword& k : kKeywords) {
+    if (s_stricmp(keyword, k.word) == 0) {
+      known = &k;
+      break;
+    }
+  }
+  if (known == nullptr) emsg("Unknown question type '%s'", str(keyword));
+  quest.type = known != nullptr ? known->type : QType{};
+  const Form& form = known != nullptr ? *known->form : kAsked;
+  auto word = [&next]() { return s_strtok(nullptr, kSeparators, &next); };
+
+  const char* w = word();
+  if (w == nullptr) {
+    emsg("Missing setting label");
+    return false;
+  }
+  set_field(quest, form.second, w);
+  if (form.controls) {
+    if ((w = word()) == nullptr) {
+      emsg("Missing control");
+      return false;
+    }
+    if (std::strcmp(w, "-") != 0) set_field(quest, &Quest::control, w);
+    if ((w = word()) == nullptr) {
+      emsg("Missing control comparison");
+      return false;
+    }
+    if (std::strcmp(w, "-") != 0) set_field(quest, &Quest::control_cmp, w);
+  }
+  char* third = word();
+  if (third == nullptr) {
+    emsg("Missing Help ID text");
+    return false;
+  }
+  set_field(quest, form.third, s_strtrm(third));
+  if (form.rest) {
+    char* text = s_strtrm(next);
+    if (text == nullptr || *text == '\0') {
+      emsg("Missing question text");
+      return false;
+    }
+    set_field(quest, &Quest::text, cvt_linefeeds(text));
+  }
+  return true;
+}
+
+// Parses one question line into the slot at count. Whenever count is a
+// multiple of the step, the step's records from count on are emptied first,
+// also when a rejected line left the slot in use; a record reused without
+// that keeps what the rejected line set. The list only grows when it lacks
+// those records. May throw std::bad_alloc.
+void add_question(Questions* list, char* line) {
+  const uint32_t at = list->count;
+  if (at % kGrowStep == 0) {
+    if (list->list.size() < size_t{at} + kGrowStep) list->list.resize(size_t{at} + kGrowStep);
+    for (size_t i = at; i < size_t{at} + kGrowStep; ++i) list->list[i] = Quest{};
+  }
+  if (parse_question(list->list[at], line)) ++list->count;
+}
+
+// Whether the section line `line` (starting with '[') names `section`: the
+// rest of the line, without one ']' that ends it, compared in any case.
+bool names_section(char* line, const char* section) {
+  char* name = line + 1;
+  const size_t length = std::strlen(name);
+  if (length > 0 && name[length - 1] == ']') name[length - 1] = '\0';
+  return s_stricmp(name, section) == 0;
+}
+
+const Quest* question(const Questions* list, uint32_t index) {
+  if (list == nullptr || index >= list->count) return nullptr;
+  return &list->list[index];
+}
+
+// Prints prompt in pieces of at most kPieceMax characters, each broken at
+// the last blank or tab within reach and followed by a line break; the
+// blanks at a break are not shown. A piece without a blank is cut hard and
+// the character after it is dropped, on purpose. The last piece is followed
+// by one blank, so that the answer is typed on its line.
+void print_prompt(const char* prompt, FILE* out) {
+  const size_t length = std::strlen(prompt);
+  size_t start = 0;
+  if (length > kScreenWidth) {
+    while (length - start > kPieceMax) {
+      size_t cut = start + kPieceMax;
+      while (cut > start && !is_blank(prompt[cut])) --cut;
+      if (cut == start) cut = start + kPieceMax;
+      std::fprintf(out, "%.*s\n", static_cast<int>(cut - start), prompt + start);
+      start = cut + 1;
+      while (is_blank(prompt[start])) ++start;
+    }
+  }
+  std::fprintf(out, "%s ", prompt + start);
+}
+
+// Whether the directory has no entry. One that cannot be scanned counts as
+// empty, and the system error its scan left is cleared so that no later
+// message carries it.
+bool directory_is_empty(const char* path) {
+  FHandle* handle = nullptr;
+  File* entry = file_first(&handle, path, "*");
+  if (entry == nullptr) {
+    errno = 0;
+    return true;
+  }
+  file_free(&entry);
+  file_last(&handle);
+  return false;
+}
+
+}  // namespace
+
+Questions* quest_init(Ini* ini) {
+  Questions* list = new (std::nothrow) Questions();
+  if (list != nullptr) list->ini = ini;
+  return list;
+}
+
+void quest_free(Questions** list) {
+  if (list == nullptr || *list == nullptr) return;
+  quest_clear(*list);
+  delete *list;
+  *list = nullptr;
+}
+
+int quest_load(Questions* list, const char* file, const char* section) try {
+  if (list == nullptr || file == nullptr || section == nullptr) return 0;
+  if (list->section && s_stricmp(list->section.get(), section) == 0) return 1;
+  quest_clear(list);
+  OpenFile in(s_fopen(file, "r"));
+  if (in.f == nullptr) {
+    quest_seterror("Error opening '%s'", file);
+    return 0;
+  }
+  bool inside = false;
+  char line[kLineSize];
+  while (std::fgets(line, sizeof line, in.f)) {
+    char* text = s_strtrm(line);
+    if (*text == '\0' || *text == '#') continue;
+    if (*text == '[') {
+      if (inside) break;
+      inside = names_section(text, section);
+    } else if (inside) {
+      add_question(list, text);
+    }
+  }
+  s_fclose(&in.f);
+  if (!inside) {
+    emsg("Section '%s' not found", section);
+    std::vector<Quest>().swap(list->list);
+    return 0;
+  }
+  list->section.reset(s_strdup(section));
+  return 1;
+} catch (const std::bad_alloc&) {
+  std::vector<Quest>().swap(list->list);
+  list->count = 0;
+  list->section.reset();
+  return 0;
+}
+
+void quest_clear(Questions* list) {
+  if (list == nullptr || !list->section) return;
+  std::vector<Quest>().swap(list->list);
+  list->section.reset();
+  list->count = 0;
+}
+
+const char* quest_text(const Questions* list, uint32_t index) {
+  const Quest* q = question(list, index);
+  return q != nullptr ? q->text.get() : nullptr;
+}
+
+const char* quest_help(const Questions* list, uint32_t index) {
+  const Quest* q = question(list, index);
+  return q != nullptr ? q->help_id.get() : nullptr;
+}
+
+const char* quest_setting(const Questions* list, uint32_t index) {
+  const Quest* q = question(list, index);
+  return q != nullptr ? q->setting.get() : nullptr;
+}
+
+const char* quest_control(const Questions* list, uint32_t index) {
+  const Quest* q = question(list, index);
+  return q != nullptr ? q->control.get() : nullptr;
+}
+
+const char* quest_control_cmp(const Questions* list, uint32_t index) {
+  const Quest* q = question(list, index);
+  return q != nullptr ? q->control_cmp.get() : nullptr;
+}
+
+QType quest_type(const Questions* list, uint32_t index) {
+  const Quest* q = question(list, index);
+  return q != nullptr ? q->type : QType{};
+}
+
+uint32_t quest_count(const Questions* list) { return list != nullptr ? list->count : 0; }
+
+char* quest_default(Questions* list, uint32_t index, char* buffer, int bfsz) {
+  const Quest* q = question(list, index);
+  if (q == nullptr || buffer == nullptr || bfsz < 1 || list->ini == nullptr) return nullptr;
+  const char* value = ini_value_name(list->ini, q->setting.get());
+  if (value == nullptr) return nullptr;
+  if (q->type & QYN) value = istrue(value) ? "y" : "n";
+  scpy(buffer, value, bfsz);
+  return buffer;
+}
+
+int quest_ask(Questions* list, uint32_t index, char* answer, int bfsz) {
+  return quest_ask_stream(list, index, answer, bfsz, stdin, stdout);
+}
+
+int quest_ask_stream(Questions* list, uint32_t index, char* answer, int bfsz, FILE* in, FILE* out) {
+  const Quest* q = question(list, index);
+  if (q == nullptr) return 0;
+  if (answer == nullptr || bfsz < 1 || in == nullptr || out == nullptr) return -1;
+  char dflt[kLineSize] = "";
+  quest_default(list, index, dflt, kLineSize);
+  char prompt[kLineSize] = "";
+  if (list->ini != nullptr) {
+    ini_replace(list->ini, q->text.get(), prompt, kLineSize);
+  } else {
+    scpy(prompt, q->text.get(), kLineSize);
+  }
+  lpcat(prompt, kLineSize, " [%s]?", dflt);
+  print_prompt(prompt, out);
+  std::fflush(out);
+  if (!read_reply(answer, bfsz, in)) return -1;
+  if (*s_strtrm(answer) != '\0') return 1;
+  if (dflt[0] == '\0') {
+    quest_seterror("You must enter an answer");
+    return 0;
+  }
+  scpy(answer, dflt, bfsz);
+  return 1;
+}
+
+int quest_answer(Questions* list, uint32_t index, char* answer) {
+  const Quest* q = question(list, index);
+  if (q == nullptr || answer == nullptr) return 0;
+  const int32_t type = q->type;
+  if (type & QDir) {
+    const size_t length = std::strlen(answer);
+    if (length > 0 && is_separator(answer[length - 1])) answer[length - 1] = '\0';
+  }
+  const char* value = answer;
+  if (type & QExist) {
+    if (!file_exist(answer)) {
+      if (type & QDir) {
+        quest_seterror("Directory '%s' must exist", answer);
+      } else {
+        quest_seterror("File '%s' must exist", answer);
+      }
+      return 0;
+    }
+  } else if (type == QDirEmpty) {
+    if (!directory_is_empty(answer)) {
+      quest_seterror("Directory '%s' must be empty", answer);
+      return 0;
+    }
+  } else if (type & QYN) {
+    if (istrue(answer)) {
+      value = "true";
+    } else if (isfalse(answer)) {
+      value = "false";
+    } else {
+      quest_seterror("You must answer either Yes or No");
+      return 0;
+    }
+  } else if (type & QFileName) {
+    strip_path(answer);
+    strip_ext(answer);
+  }
+  if (list->ini != nullptr) ini_add_name(list->ini, q->setting.get(), value);
+  return 1;
+}
+
+char* cvt_linefeeds(char* text) {
+  if (text == nullptr) return nullptr;
+  char* out = text;
+  for (const char* in = text; *in != '\0'; ++in) {
+    if (*in == '\\' && in[1] != '\0') {
+      ++in;
+      *out++ = *in == 'n' ? '\n' : *in == 't' ? '\t' : *in;
+    } else {
+      *out++ = *in;
+    }
+  }
+  *out = '\0';
+  return text;
+}
+
+namespace unchecked {
+
+void quest_seterror(const char* format, ...) {
+  if (format == nullptr) return;
+  const int saved = errno;
+  char text[kLineSize];
+  va_list args;
+  va_start(args, format);
+  vlprintf(text, kLineSize, format, args);
+  va_end(args);
+  if (saved != 0) {
+    const char* reason = std::strerror(saved);
+    emsg("%s, %s", text, reason);
+    scat(text, ", ", kLineSize);
+    scat(text, reason, kLineSize);
+  } else {
+    emsg("%s", text);
+  }
+  try {
+    last_error = text;
+  } catch (const std::bad_alloc&) {
+    last_error.clear();
+  }
+  errno = saved;
+}
+
+}  // namespace unchecked
+
+const char* quest_error() { return last_error.c_str(); }
+
+}  // namespace inst
