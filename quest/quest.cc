@@ -157,6 +157,11 @@ const Quest* question(const Questions* list, uint32_t index) {
   return &list->list[index];
 }
 
+const char* field_of(const Questions* list, uint32_t index, Field field) {
+  const Quest* q = question(list, index);
+  return q != nullptr ? (q->*field).get() : nullptr;
+}
+
 // Prints prompt in pieces of at most kPieceMax characters, each broken at
 // the last blank or tab within reach and followed by a line break; the
 // blanks at a break are not shown. A piece without a blank is cut hard and
@@ -252,28 +257,23 @@ void quest_clear(Questions* list) {
 }
 
 const char* quest_text(const Questions* list, uint32_t index) {
-  const Quest* q = question(list, index);
-  return q != nullptr ? q->text.get() : nullptr;
+  return field_of(list, index, &Quest::text);
 }
 
 const char* quest_help(const Questions* list, uint32_t index) {
-  const Quest* q = question(list, index);
-  return q != nullptr ? q->help_id.get() : nullptr;
+  return field_of(list, index, &Quest::help_id);
 }
 
 const char* quest_setting(const Questions* list, uint32_t index) {
-  const Quest* q = question(list, index);
-  return q != nullptr ? q->setting.get() : nullptr;
+  return field_of(list, index, &Quest::setting);
 }
 
 const char* quest_control(const Questions* list, uint32_t index) {
-  const Quest* q = question(list, index);
-  return q != nullptr ? q->control.get() : nullptr;
+  return field_of(list, index, &Quest::control);
 }
 
 const char* quest_control_cmp(const Questions* list, uint32_t index) {
-  const Quest* q = question(list, index);
-  return q != nullptr ? q->control_cmp.get() : nullptr;
+  return field_of(list, index, &Quest::control_cmp);
 }
 
 QType quest_type(const Questions* list, uint32_t index) {

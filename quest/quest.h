@@ -18,6 +18,12 @@
 // line is read in the first form with type 0. A control or comparison of "-"
 // leaves that field unset. The question text is the rest of the line, and in
 // the first two forms its backslash escapes are converted (cvt_linefeeds).
+// A line with a word missing is logged ("Missing setting label", "Missing
+// control", "Missing control comparison", "Missing Help ID text", "Missing
+// question text") and not counted; the next question line is read into the
+// same record and keeps what the rejected line set in the fields it leaves
+// alone, except when the count is a multiple of five: the record has been
+// emptied again then. This reuse is deliberate.
 //
 // A line longer than 999 characters arrives in pieces of at most 999, each
 // taken as a line of its own.
@@ -71,8 +77,10 @@ struct Questions {
   uint32_t count = 0;               // accepted questions, at the front of list
   std::string last_error;           // unused: the module keeps the last error
   std::unique_ptr<char[]> section;  // the loaded section's name; null while none is
-  std::vector<Quest> list;          // grows five records at a time
-  Ini* ini = nullptr;               // defaults and answers; borrowed
+  // The records; whenever count is a multiple of five, the five from count
+  // on are emptied (and made when missing) before a line is read.
+  std::vector<Quest> list;
+  Ini* ini = nullptr;  // defaults and answers; borrowed
 };
 
 // A new empty list bound to ini (which may be null: then nothing is stored
@@ -121,9 +129,11 @@ char* quest_default(Questions* list, uint32_t index, char* buffer, int bfsz);
 // 0 when the line and the default are both empty (error "You must enter an
 // answer"), for a null list or a bad index; -1 when standard input ended
 // before the line began (answer empty), or when answer is null or bfsz is
-// below 1, since then no answer can ever be read.
+// below 1: no answer can be read then, and asking again would never end, so
+// the caller stops asking.
 int quest_ask(Questions* list, uint32_t index, char* answer, int bfsz);
-// quest_ask reading from `in` and printing to `out`.
+// quest_ask reading from `in` and printing to `out`; -1 as well when either
+// is null.
 int quest_ask_stream(Questions* list, uint32_t index, char* answer, int bfsz, FILE* in, FILE* out);
 // Checks answer against the type of question `index` and stores it in the
 // question's setting (nothing is stored without a store). For a directory a
