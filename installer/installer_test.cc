@@ -2,7 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <string>
+#include <vector>
+
+#include "lib/strings.h"
+#include "tests/scratch.h"
 
 namespace inst {
 namespace {
@@ -58,6 +63,121 @@ TEST_F(InstallerTest, MenuNamesTheProduct) {
   EXPECT_EQ(testing::internal::GetCapturedStdout(),
             "\n1. Install NONAME\n2. Upgrade NONAME\n3. Remove NONAME\n4. Exit\n"
             "\n1. Install Widget\n2. Upgrade Widget\n3. Remove Widget\n4. Exit\n");
+}
+
+// Probes evaluated into a store declared as a data file would declare it,
+// with a stand-in for web server discovery.
+class ProbeTest : public LoggedTest {
+ protected:
+  void SetUp() override {
+    LoggedTest::SetUp();
+    Fresh();
+  }
+  // A new store with its declarations and an empty log.
+  void Fresh() {
+    static const SettingList table[] = {
+        {"action", "install", Ini_None}, {"mode", "upgrade", Ini_Replace},
+        {"fmt", "x%%y", Ini_Replace},    {"got", "old", Ini_Replace},
+        {"x", nullptr, Ini_Replace},     {nullptr, nullptr, Ini_None}};
+    ini_free(&ini_);
+    ini_ = ini_init();
+    ini_setup(ini_, table, nullptr, 1);
+    std::ofstream(dir_.Path("test.log"), std::ios::trunc);
+    ini_add_name(ini_, "dir", dir_.root().c_str());
+    dir_.Write("in", "one\r\ntwo\n" + std::string(3000, 'z'));
+    dir_.Write("empty", "");
+  }
+  void TearDown() override {
+    ini_free(&ini_);
+    LoggedTest::TearDown();
+  }
+  // Evaluates the probe text; the stand-in finds the document root only.
+  void Run(const std::string& text) {
+    dir_.Write("setup.int", text);
+    Init* probes = init_init();
+    ASSERT_EQ(init_load(probes, dir_.Path("setup.int").c_str()), 1);
+    evaluate_probes(ini_, probes, [](char*, char*, char* root, char*, char* error) {
+      if (root) return scpy(root, "/srv/www", kLineSize) > 0 ? 1 : 0;
+      scpy(error, "Could not find, User", kLineSize);
+      return 0;
+    });
+    init_free(&probes);
+  }
+  std::string Value(const char* name) {
+    const char* value = ini_value_name(ini_, name);
+    return value ? value : "(none)";
+  }
+
+  Ini* ini_ = nullptr;
+};
+
+TEST_F(ProbeTest, EachProbeWritesItsSetting) {
+  const std::string dir = dir_.root();
+  const struct {
+    const char* probes;
+    const char* setting;
+    std::string want;
+    std::string error;  // the error logged, if any
+  } kRows[] = {
+      {"Exist $(dir)/in found - -", "found", "true", ""},
+      {"Exist $(dir)/absent found - -", "found", "false", ""},
+      {"Copy x y - -", "x", "y", ""},
+      {"Copy x mode - -", "x", "upgrade", ""},
+      {"Copy x y mode upgrade", "x", "y", ""},
+      {"Copy x y mode Upgrade", "x", "(none)", ""},
+      {"Copy x y none none", "x", "y", ""},
+      {"Copy x y none yes", "x", "(none)", ""},
+      {"Copy x y - yes", "x", "y", ""},
+      {"Copy x y - no", "x", "(none)", ""},
+      {"Bogus x y - -", "x", "(none)", "Unknown init command 'Bogus'"},
+      {"HTTP_Root x flag - -", "x", "/srv/www", ""},
+      {"TimeDate fmt x - -", "x", "x%y", ""},
+      {"TimeDate nofmt x - -", "x", "(none)", "TimeDate 'nofmt' is NULL"},
+      {"RFile $(dir)/in got - -", "got", "one\r\ntwo\n" + std::string(3000, 'z'), ""},
+      {"RFile $(dir)/empty got - -", "got", "old", ""},
+      {"RFile $(dir) got - -", "got", "old", "Failed to read (" + dir + "), Is a directory"},
+      {"RFile $(dir)/absent got - -", "got", "old",
+       "Failed to read (" + dir + "/absent), No such file or directory"},
+      {"WFile $(dir)/in mode - -\nRFile $(dir)/in got - -", "got", "upgrade", ""},
+      {"WFile $(dir)/no/in mode - -", "got", "old",
+       "Failed to write (" + dir + "/no/in), No such file or directory"},
+  };
+  for (const auto& row : kRows) {
+    Fresh();
+    Run(row.probes);
+    EXPECT_EQ(Value(row.setting), row.want) << row.probes;
+    const std::vector<std::string> errors = LogLines("Error");
+    EXPECT_EQ(errors.empty() ? "" : errors.back(), row.error) << row.probes;
+  }
+}
+
+TEST_F(ProbeTest, FailedDiscoveryPrintsAndSetsTheFlagAndLongTimesAreCut) {
+  std::string year_400_times;
+  for (int i = 0; i < 400; ++i) year_400_times += "%Y";
+  ini_add_name(ini_, "long", year_400_times.c_str());
+  testing::internal::CaptureStdout();
+  Run("HTTP_User x flag - -\nTimeDate long when - -\nCopy after x - -\n");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "ERROR: Could not find, User\n");
+  EXPECT_EQ(Value("flag"), "true");
+  EXPECT_EQ(Value("x"), "(none)");
+  EXPECT_EQ(Value("after"), "x");
+  EXPECT_EQ(Value("when").size(), 999u);
+}
+
+TEST_F(ProbeTest, LargeFileIsReadWhole) {
+  const std::string big(24 << 20, 'b');
+  dir_.Write("big", big);
+  Run("RFile $(dir)/big got - -\n");
+  EXPECT_TRUE(Value("got") == big) << Value("got").size();
+}
+
+TEST_F(ProbeTest, MissingProbeFileIsReported) {
+  const std::string path = dir_.Path("absent.int");
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(load_probes(ini_, path.c_str()), 0);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "Error: Failed to load init file '" + path +
+                                                        "', Failed to read '" + path +
+                                                        "', No such file or directory\n");
 }
 
 }  // namespace

@@ -275,6 +275,7 @@ TEST(DeepDirectoryTest, FilesAreNamedRelativeToTheWorkingDirectory) {
   for (int i = 0; i < 6; ++i) deep /= std::string(60, 'a' + i);
   fs::create_directories(deep);
   std::ofstream(deep / "setup.dat") << "product Deep\n";
+  std::ofstream(deep / "setup.int") << "";
   fs::create_symlink(INSTALL_PROGRAM, deep / "setup");
 
   const Outcome run = RunProgram(deep / "setup", {"-automate"}, deep, fs::path(), base.root());
