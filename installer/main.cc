@@ -41,9 +41,14 @@ int main(int argc, char** argv) {
   strip_ext(path);
   attach_ext(path, ".dat", kPathSize);
   if (load_datfile(store, path)) {
-    const int action = suggested_action(store);
-    print_header(store);
-    menu_loop(store, action);
+    strip_ext(path);
+    attach_ext(path, ".int", kPathSize);
+    // The suggestion is read after the probes, which may set "action".
+    if (load_probes(store, path)) {
+      const int action = suggested_action(store);
+      print_header(store);
+      menu_loop(store, action);
+    }
     clear_datfile();
   }
 

@@ -10,12 +10,18 @@
 //   log_contains    log lines, without time and process id, that must appear
 //                   in this order (other lines may come between them)
 //   tree            the expected listing of the run directory afterwards
+//   machine/        directories laid read-only over the machine's own
+//                   directories of the same name (machine/etc over /etc),
+//                   seen only by the run: it gets a private mount namespace.
+//                   Where that is not permitted the scenario is skipped.
 // In expected texts @DIR@ stands for the run directory and @HOST@ for the
 // machine's host name; in the transcript a line "@BANNER <product>@" stands
 // for the welcome banner and "@MENU <product>@" for the menu's lines (from
 // the empty line before "1. Install" to "4. Exit").
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -105,6 +111,43 @@ std::vector<std::string> ScenarioNames() {
   return names;
 }
 
+// A directory laid over one of the machine's directories.
+struct Overlay {
+  std::string target;   // the machine's directory
+  std::string options;  // the overlay's mount options
+};
+
+// The run's exit status when its private mounts are not permitted.
+constexpr int kCannotIsolate = 125;
+
+// Gives the calling process a mount namespace of its own and lays the
+// overlays over the machine's directories there. The namespace is made
+// private before anything is mounted, so no mount reaches the rest of the
+// machine. Returns false when the system refuses any step.
+bool IsolateMounts(const std::vector<Overlay>& overlays) {
+  if (overlays.empty()) return true;
+  if (unshare(CLONE_NEWNS) != 0) return false;
+  if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) return false;
+  for (const Overlay& overlay : overlays) {
+    if (mount("overlay", overlay.target.c_str(), "overlay", MS_RDONLY, overlay.options.c_str()) !=
+        0) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// The overlays a scenario's machine/ folder asks for.
+std::vector<Overlay> MachineOverlays(const fs::path& scenario) {
+  std::vector<Overlay> overlays;
+  if (!fs::exists(scenario / "machine")) return overlays;
+  for (const auto& entry : fs::directory_iterator(scenario / "machine")) {
+    const std::string target = "/" + entry.path().filename().string();
+    overlays.push_back({target, "lowerdir=" + entry.path().string() + ":" + target});
+  }
+  return overlays;
+}
+
 struct Outcome {
   int status = -1;
   pid_t pid = 0;
@@ -112,10 +155,11 @@ struct Outcome {
   std::string err;
 };
 
-// Starts `program` with `args` in `dir`, stdin from `input` (or nothing), and
-// waits at most a minute for it.
+// Starts `program` with `args` in `dir`, stdin from `input` (or nothing),
+// with `overlays` in place, and waits at most a minute for it.
 Outcome RunProgram(const fs::path& program, const std::vector<std::string>& args,
-                   const fs::path& dir, const fs::path& input, const fs::path& capture) {
+                   const fs::path& dir, const fs::path& input, const fs::path& capture,
+                   const std::vector<Overlay>& overlays = {}) {
   const fs::path out_path = capture / "stdout";
   const fs::path err_path = capture / "stderr";
   Outcome run;
@@ -131,6 +175,7 @@ Outcome RunProgram(const fs::path& program, const std::vector<std::string>& args
     int out = open(out_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     int err = open(err_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     if (in < 0 || out < 0 || err < 0 || chdir(dir.c_str()) != 0) _exit(127);
+    if (!IsolateMounts(overlays)) _exit(kCannotIsolate);
     dup2(in, 0);
     dup2(out, 1);
     dup2(err, 2);
@@ -196,7 +241,7 @@ std::string Listing(const fs::path& dir, const std::string& name, const std::str
   std::vector<std::string> paths;
   for (auto it = fs::recursive_directory_iterator(dir); it != fs::recursive_directory_iterator();
        ++it) {
-    std::string rel = fs::relative(it->path(), dir).string();
+    std::string rel = it->path().lexically_relative(dir).string();
     if (rel == name || rel.rfind(bare + ".log", 0) == 0) continue;
     if (it->is_symlink()) {
       rel += "@";
@@ -244,7 +289,11 @@ TEST_P(ScenarioTest, Transcript) {
   if (fs::exists(scenario / "args")) args = SplitLines(ReadFile(scenario / "args"));
   const fs::path input = fs::exists(scenario / "stdin") ? scenario / "stdin" : fs::path();
 
-  const Outcome run = RunProgram(program, args, work, input, capture_.root());
+  const std::vector<Overlay> overlays = MachineOverlays(scenario);
+  const Outcome run = RunProgram(program, args, work, input, capture_.root(), overlays);
+  if (!overlays.empty() && run.status == kCannotIsolate) {
+    GTEST_SKIP() << "a private mount namespace is not permitted here";
+  }
 
   EXPECT_EQ(run.status, std::stoi(ReadTrimmed(scenario / "status", "0")));
   EXPECT_EQ(run.out, Expected(scenario / "stdout"));
@@ -275,6 +324,7 @@ TEST(DeepDirectoryTest, FilesAreNamedRelativeToTheWorkingDirectory) {
   for (int i = 0; i < 6; ++i) deep /= std::string(60, 'a' + i);
   fs::create_directories(deep);
   std::ofstream(deep / "setup.dat") << "product Deep\n";
+  std::ofstream(deep / "setup.int") << "";
   fs::create_symlink(INSTALL_PROGRAM, deep / "setup");
 
   const Outcome run = RunProgram(deep / "setup", {"-automate"}, deep, fs::path(), base.root());
