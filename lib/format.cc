@@ -5,6 +5,7 @@
 #include "lib/format.h"
 
 #include <climits>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <new>
@@ -106,6 +107,44 @@ Directive library_directive(const Conversion& c, char letter) {
   return d;
 }
 
+// What a conversion prints, for bounding its width and precision.
+enum class Kind { Integer, Double, Text };
+
+// Lowers a width or precision so large that the C library would spend long
+// rendering characters that are cut away: only the first room-1 characters of
+// a conversion are kept. Beyond the bounds used here a larger precision only
+// adds characters after the kept ones (zeros of a number, which for a double
+// come after its exact expansion of fewer than 1100 digits, so nothing is
+// rounded differently; the rest of a text), and a larger width only adds
+// padding after them or more padding in front than can be kept. The kept
+// text is therefore the same. text_length is the length of a Text's
+// argument as far as the precision lets it be read.
+void bound_sizes(Conversion* c, size_t room, Kind kind, size_t text_length) {
+  const uint64_t keep = room - 1;
+  const auto cap = [](uint64_t value) {
+    return static_cast<int>(value < INT_MAX ? value : INT_MAX);
+  };
+  int& precision = c->star_precision ? c->precision_value : c->precision;
+  if (precision >= 0) {
+    const uint64_t most = kind == Kind::Text     ? keep
+                          : kind == Kind::Double ? (keep > 1100 ? keep : 1100)
+                                                 : keep + 12;
+    if (static_cast<uint64_t>(precision) > most) precision = cap(most);
+  }
+  // The longest the conversion can be without its width.
+  const uint64_t digits = precision >= 0 ? static_cast<uint64_t>(precision) : 6;
+  const uint64_t natural = kind == Kind::Text     ? text_length
+                           : kind == Kind::Double ? digits + 340
+                                                  : digits + 24;
+  const int most_width = cap(keep + natural);
+  int& width = c->star_width ? c->width_value : c->width;
+  if (width > most_width) {
+    width = most_width;
+  } else if (width < -most_width) {
+    width = -most_width;  // a negative '*' width left-justifies
+  }
+}
+
 // Renders `value` through the directive with the C library, passing the '*'
 // values first, and copies the result into dst with scpy() bounded by room.
 // Returns the number of characters copied; 0 when the library refuses the
@@ -155,7 +194,13 @@ void walk(char* buffer, size_t size, const char* f, va_list* ap, size_t* count) 
     char* dst = buffer + *count;
     size_t room = size - *count;
     int written = 0;
-    switch (c.letter) {
+    const char letter = c.letter;
+    if (letter != 's' && letter != 'S') {
+      const bool real =
+          letter == 'e' || letter == 'E' || letter == 'f' || letter == 'g' || letter == 'G';
+      bound_sizes(&c, room, real ? Kind::Double : Kind::Integer, 0);
+    }
+    switch (letter) {
       case 'c':
       case 'C':
         written = render(dst, room, c, library_directive(c, 'c'), va_arg(*ap, int));
@@ -180,7 +225,11 @@ void walk(char* buffer, size_t size, const char* f, va_list* ap, size_t* count) 
       case 's':
       case 'S': {
         const char* text = va_arg(*ap, const char*);
-        written = render(dst, room, c, library_directive(c, 's'), text ? text : "(NULL)");
+        if (text == nullptr) text = "(NULL)";
+        const int limit = c.star_precision ? c.precision_value : c.precision;
+        bound_sizes(&c, room, Kind::Text,
+                    strnlen(text, limit >= 0 ? static_cast<size_t>(limit) : SIZE_MAX));
+        written = render(dst, room, c, library_directive(c, 's'), text);
         break;
       }
       case 'p':

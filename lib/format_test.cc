@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <climits>
+#include <cstdio>
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace inst {
 namespace {
@@ -82,6 +86,80 @@ TEST(FormatTest, OverflowCutsConversionsButPlainCharactersGiveMinusOne) {
   char buffer[4];
   EXPECT_EQ(inst::snprintf(nullptr, 4, "x"), 0);
   EXPECT_EQ(fmt(buffer, sizeof buffer, nullptr), 0);
+}
+
+// A star value and one argument, taken as the format's last letter wants.
+struct StarRow {
+  size_t size;
+  const char* format;
+  int star;
+  int i;
+  double d;
+  const char* s;
+};
+
+template <typename Print>
+int CallWith(Print print, char* buffer, size_t size, const StarRow& row) {
+  const char letter = row.format[std::strlen(row.format) - 1];
+  if (std::strchr("eEfgG", letter) != nullptr)
+    return print(buffer, size, row.format, row.star, row.d);
+  if (letter == 's') return print(buffer, size, row.format, row.star, row.s);
+  return print(buffer, size, row.format, row.star, row.i);
+}
+
+TEST(FormatTest, LargeWidthsAndPrecisionsKeepTheTextThatFits) {
+  // The C library renders these whole in a big buffer; the formatter must
+  // keep the same first size-1 characters.
+  static const StarRow rows[] = {
+      {10, "%*d", 5000, 42, 0, nullptr},
+      {10, "%-*d", 5000, 42, 0, nullptr},
+      {10, "%0*d", 5000, -42, 0, nullptr},
+      {10, "%#0*x", 5000, 255, 0, nullptr},
+      {10, "%.*d", 5000, -7, 0, nullptr},
+      {10, "%#.*o", 5000, 8, 0, nullptr},
+      {10, "%-*c", -3000, 'q', 0, nullptr},
+      {12, "%*s", 4000, 0, 0, "abc"},
+      {12, "%.*s", 4000, 0, 0, "abcdefghijklmnop"},
+      {2000, "%.*f", 3000, 0, 1.0 / 3, nullptr},
+      {20, "%.*e", 1500, 0, 4.9e-324, nullptr},
+      {1200, "%#.*g", 5000, 0, 0.1, nullptr},
+      {11, "%.*f", 1200, 0, 0.99999999999999989, nullptr},
+      {40, "%+0*f", 20000, 0, -1e300, nullptr},
+  };
+  std::vector<char> whole(1 << 16);
+  for (const auto& row : rows) {
+    const int n = CallWith(
+        [](char* b, size_t z, const char* f, auto... a) { return std::snprintf(b, z, f, a...); },
+        whole.data(), whole.size(), row);
+    ASSERT_GT(n, 0) << row.format;
+    ASSERT_LT(static_cast<size_t>(n), whole.size()) << row.format;
+    const std::string expected(whole.data(), std::min(static_cast<size_t>(n), row.size - 1));
+    std::vector<char> buffer(row.size);
+    EXPECT_EQ(CallWith(fmt, buffer.data(), row.size, row), static_cast<int>(expected.size()))
+        << row.format;
+    EXPECT_EQ(std::string(buffer.data()), expected) << row.format << " star " << row.star;
+  }
+}
+
+TEST(FormatTest, HugeWidthsAndPrecisionsEndQuickly) {
+  static const struct {
+    StarRow row;
+    const char* expected;
+  } rows[] = {
+      {{8, "%*d", INT_MAX, 1, 0, nullptr}, "       "},
+      {{8, "%-*d", -INT_MAX, 1, 0, nullptr}, "1      "},
+      {{8, "%.*x", INT_MAX, 1, 0, nullptr}, "0000000"},
+      {{8, "%.*f", INT_MAX, 0, 2.5, nullptr}, "2.50000"},
+      {{8, "%0*g", INT_MAX, 0, -1.0, nullptr}, "-000000"},
+      {{8, "%*s", INT_MAX, 0, 0, "x"}, "       "},
+  };
+  const auto start = std::chrono::steady_clock::now();
+  for (const auto& row : rows) {
+    char buffer[8];
+    EXPECT_EQ(CallWith(fmt, buffer, sizeof buffer, row.row), 7) << row.row.format;
+    EXPECT_STREQ(buffer, row.expected) << row.row.format;
+  }
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
 }
 
 }  // namespace
