@@ -16,6 +16,7 @@
 #include <new>
 #include <vector>
 
+#include "lib/accounts.h"
 #include "lib/format.h"
 #include "lib/log.h"
 #include "lib/paths.h"
@@ -267,6 +268,9 @@ bool lookup(int (*call)(const char*, Record*, char*, size_t, Record**), const ch
 }
 
 int user_field(const char* name, bool want_group) {
+#ifdef USER_LOOKUP_FILES_ONLY
+  return accounts_find(kPasswdFile, name, want_group ? kAccountGroup : kAccountId);
+#else
   try {
     passwd record;
     std::vector<char> buffer;
@@ -275,6 +279,7 @@ int user_field(const char* name, bool want_group) {
   } catch (const std::bad_alloc&) {
     return -1;
   }
+#endif
 }
 
 // file_first, with the failure to open the directory logged only when
@@ -429,6 +434,9 @@ int file_getuid(const char* name) { return user_field(name, false); }
 int file_usergid(const char* name) { return user_field(name, true); }
 
 int file_getgid(const char* name) {
+#ifdef USER_LOOKUP_FILES_ONLY
+  return accounts_find(kGroupFile, name, kAccountId);
+#else
   try {
     group record;
     std::vector<char> buffer;
@@ -437,6 +445,7 @@ int file_getgid(const char* name) {
   } catch (const std::bad_alloc&) {
     return -1;
   }
+#endif
 }
 
 namespace unchecked {

@@ -101,7 +101,9 @@ char* file_filename(const File* file, char* buffer, int bfsz);
 // file or buffer is null.
 char* file_path(const File* file, char* buffer, int bfsz);
 // The numeric id of the named user, the named group, or the named user's
-// primary group; -1 when unknown or name is null.
+// primary group; -1 when unknown or name is null. A build with
+// USER_LOOKUP_FILES_ONLY defined (the static program) reads /etc/passwd and
+// /etc/group only, bypassing the system's name services.
 int file_getuid(const char* name);
 int file_getgid(const char* name);
 int file_usergid(const char* name);
