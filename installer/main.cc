@@ -1,4 +1,9 @@
 // The installer's entry point: start-up, the menu, and clean-up.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
 
 #include "ini/ini.h"
@@ -16,10 +21,28 @@ namespace {
 inst::Log* run_log = nullptr;
 inst::Ini* store = nullptr;
 
+// Opens /dev/null on standard input, output or error when the program was
+// started with it closed. Otherwise the log file would be given that number
+// and the transcript would be written into the log.
+void fill_closed_standard_streams() {
+  for (int fd = 0; fd <= 2; ++fd) {
+    if (fcntl(fd, F_GETFD) != -1 || errno != EBADF) continue;
+    const int opened = open("/dev/null", fd == 0 ? O_RDONLY : O_WRONLY);
+    if (opened >= 0 && opened != fd) {
+      dup2(opened, fd);
+      close(opened);
+    }
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   using namespace inst;
+  fill_closed_standard_streams();
+  // Output that nobody reads (a closed pipe) fails its writes instead of
+  // ending the program half-way through a run.
+  std::signal(SIGPIPE, SIG_IGN);
   run_log = log_init(LogDebug);
   store = ini_init();
 

@@ -155,11 +155,18 @@ struct Outcome {
   std::string err;
 };
 
+// Where the program's standard output goes.
+enum class Output {
+  kCaptured,           // a file in the capture directory
+  kClosed,             // nowhere: the descriptor is closed
+  kPipeWithoutReader,  // a pipe whose reading end is closed, so writes fail
+};
+
 // Starts `program` with `args` in `dir`, stdin from `input` (or nothing),
 // with `overlays` in place, and waits at most a minute for it.
 Outcome RunProgram(const fs::path& program, const std::vector<std::string>& args,
                    const fs::path& dir, const fs::path& input, const fs::path& capture,
-                   const std::vector<Overlay>& overlays = {}) {
+                   const std::vector<Overlay>& overlays = {}, Output output = Output::kCaptured) {
   const fs::path out_path = capture / "stdout";
   const fs::path err_path = capture / "stderr";
   Outcome run;
@@ -177,8 +184,21 @@ Outcome RunProgram(const fs::path& program, const std::vector<std::string>& args
     if (in < 0 || out < 0 || err < 0 || chdir(dir.c_str()) != 0) _exit(127);
     if (!IsolateMounts(overlays)) _exit(kCannotIsolate);
     dup2(in, 0);
-    dup2(out, 1);
     dup2(err, 2);
+    if (output == Output::kCaptured) {
+      dup2(out, 1);
+    } else if (output == Output::kClosed) {
+      close(1);
+    } else {
+      int ends[2];
+      if (pipe(ends) != 0) _exit(127);
+      dup2(ends[1], 1);
+      close(ends[0]);
+      close(ends[1]);
+    }
+    close(in);
+    close(out);
+    close(err);
     execv(argv0.c_str(), argv.data());
     _exit(127);
   }
@@ -335,6 +355,56 @@ TEST(DeepDirectoryTest, FilesAreNamedRelativeToTheWorkingDirectory) {
   const std::vector<std::string> log = LogBodies(deep / "setup.log", run.pid);
   ASSERT_FALSE(log.empty());
   EXPECT_EQ(log[0], "Info: Log file opened in 'setup.log'");
+}
+
+// Faults around the program: where it writes cannot take its output. It
+// must carry on and end as usual, with status 0.
+class FaultTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(work_.ok() && capture_.ok());
+    work_.Write("setup.dat", "product Sturdy\n");
+    work_.Write("setup.int", "");
+    // A closing text far longer than the output buffer, so that the program
+    // writes while it still has work to do.
+    std::string blurb;
+    for (int i = 0; i < 2000; ++i) blurb += "$(product) line " + std::to_string(i) + "\n";
+    work_.Write("blurb.txt", blurb);
+    fs::create_symlink(INSTALL_PROGRAM, work_.Path("setup"));
+  }
+  Outcome Run(Output output) {
+    return RunProgram(work_.Path("setup"), {"-automate"}, work_.root(), fs::path(), capture_.root(),
+                      {}, output);
+  }
+
+  ScratchDir work_;
+  ScratchDir capture_;
+};
+
+TEST_F(FaultTest, ClosedStandardOutputKeepsTheTranscriptOutOfTheLog) {
+  const Outcome run = Run(Output::kClosed);
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.err, "");
+  // Every line must be a log line with its stamp; a banner line would not.
+  const std::vector<std::string> log = LogBodies(work_.Path("setup.log"), run.pid);
+  ASSERT_FALSE(log.empty());
+  EXPECT_EQ(log[0], "Info: Log file opened in '" + work_.Path("setup.log") + "'");
+}
+
+TEST_F(FaultTest, PipeWithoutReaderDoesNotStopTheProgramHalfWay) {
+  const Outcome run = Run(Output::kPipeWithoutReader);
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.err, "");
+}
+
+TEST_F(FaultTest, FullLogLosesItsLinesOnly) {
+  fs::create_symlink("/dev/full", work_.Path("setup.log"));
+  const Outcome run = Run(Output::kCaptured);
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.err, "");
+  const std::string head = Banner("Sturdy") + "\n" + Menu("Sturdy") + "\n\n\nSturdy line 0\n";
+  EXPECT_EQ(run.out.substr(0, head.size()), head);
+  EXPECT_TRUE(run.out.ends_with("\nSturdy line 1999\n"));
 }
 
 std::string TestName(const testing::TestParamInfo<std::string>& info) {
