@@ -141,7 +141,9 @@ char* attach_pathx(char* path, int size, ...) {
         path[n++] = Sep;
       }
     }
-    n += scpy(path + n, name, size - n);
+    // Each name gets the room left less one place, on purpose: size 6 holds
+    // "abcd" of "abcdef", and "ab/c" of "ab" and "cd".
+    n += scpy(path + n, name, size - n - 1);
   }
   va_end(args);
   path[n] = '\0';

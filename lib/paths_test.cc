@@ -60,8 +60,13 @@ TEST(PathsTest, JoinsWriteTheChosenSeparatorOrKeepTheNamesOwn) {
   EXPECT_STREQ(setsep(buffer, '/'), "a/b/c/d");
   EXPECT_EQ(attach_pathx(buffer, sizeof buffer, "a", "b/", "/c", "d", nullptr), buffer);
   EXPECT_STREQ(buffer, "a/b/c/d");  // the first name starts the buffer
+  // Each name gets the room left less one place: size 6 holds 4 characters.
+  attach_pathx(buffer, 6, "abcdef", nullptr);
+  EXPECT_STREQ(buffer, "abcd");
+  attach_pathx(buffer, 6, "ab", "cd", nullptr);
+  EXPECT_STREQ(buffer, "ab/c");
   attach_pathx(buffer, 6, "x\\", "y", "zzz", nullptr);
-  EXPECT_STREQ(buffer, "x\\y/z");
+  EXPECT_STREQ(buffer, "x\\y/");
 }
 
 // The parts of path, each cut to size where a size applies: strip_file's
