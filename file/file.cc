@@ -561,12 +561,10 @@ int file_mkdir(const char* dir, int make_all) {
   }
   make();
 
-  struct stat st;
-  if (made || (last_error == EEXIST && stat(path, &st) == 0 && S_ISDIR(st.st_mode))) {
-    errno = last_error;
-    return 1;
-  }
+  // "Already exists" is success whatever stands there: a later copy into a
+  // file of that name fails on its own.
   errno = last_error;
+  if (made || last_error == EEXIST) return 1;
   file_error("Error creating directory '%s'", path);
   report_fail(path, nullptr, 1);
   return 0;
