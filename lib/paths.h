@@ -58,11 +58,6 @@ char* currentdir(char* buf, int size);
 char* systemdir(char* buf, int size);
 // Also "/etc", the same as systemdir() on purpose.
 char* windir(char* buf, int size);
-// A fresh, not yet existing file name in dir made from templ (at most 127
-// characters; "XXXXXX" when null) with its trailing run of X's replaced by
-// random letters and digits; logged at debug level. Returns buf, or null for
-// a null buf or when no fresh name is found (buf is then empty).
-char* tempfile(char* buf, int size, const char* dir, const char* templ);
 
 }  // namespace inst
 
