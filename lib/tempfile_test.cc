@@ -5,7 +5,6 @@
 
 #include <cctype>
 #include <string>
-#include <vector>
 
 #include "tests/scratch.h"
 
@@ -14,18 +13,41 @@ namespace {
 
 using TempfileTest = LoggedTest;
 
-TEST_F(TempfileTest, GivesAFreshNameOrNone) {
+TEST_F(TempfileTest, ExactlySixTrailingXsBecomeAFreshName) {
+  // kept: what stands before the six replaced X's; null when the template is
+  // refused. Templates are cut to 127 characters first.
+  const std::string a121(121, 'a'), a122(122, 'a');
+  static const struct {
+    const char* templ;
+    const char* kept;
+  } rows[] = {
+      {"instXXXXXX", "inst"}, {"XXXXXXXXXXXX", "XXXXXX"}, {nullptr, ""},
+      {"instXXXXX", nullptr}, {"XXXXXXa", nullptr},       {"", nullptr},
+  };
+  for (const auto& row : rows) {
+    const std::string label = row.templ ? row.templ : "(null)";
+    char name[256] = "old";
+    const size_t debug_lines = LogLines("Debug").size();
+    char* r = tempfile(name, sizeof name, dir_.root().c_str(), row.templ);
+    if (row.kept == nullptr) {
+      EXPECT_EQ(r, nullptr) << label;
+      EXPECT_STREQ(name, "") << label;
+      EXPECT_EQ(LogLines("Debug").size(), debug_lines) << label;
+      continue;
+    }
+    ASSERT_EQ(r, name) << label;
+    const std::string head = dir_.root() + "/" + row.kept;
+    const std::string made = name;
+    ASSERT_EQ(made.size(), head.size() + 6) << made;
+    EXPECT_EQ(made.substr(0, head.size()), head);
+    for (char c : made.substr(head.size()))
+      EXPECT_TRUE(std::isalnum(static_cast<unsigned char>(c))) << made;
+    EXPECT_NE(access(name, F_OK), 0) << made;
+    EXPECT_EQ(LogLines("Debug").back(), "Tempfile made[" + made + "]");
+  }
   char name[256];
-  ASSERT_EQ(tempfile(name, sizeof name, dir_.root().c_str(), "instXXXXXX"), name);
-  const std::string tail = std::string(name).substr(dir_.root().size());
-  EXPECT_TRUE(tail.starts_with("/inst") && tail.size() == 11 && !tail.ends_with("XXXXXX")) << name;
-  for (char c : tail.substr(5)) EXPECT_TRUE(std::isalnum(static_cast<unsigned char>(c))) << name;
-  EXPECT_NE(access(name, F_OK), 0);
-  EXPECT_EQ(LogLines("Debug"),
-            std::vector<std::string>{"Tempfile made[" + std::string(name) + "]"});
-  dir_.Write("taken", "");  // no X's to replace, and the name exists
-  EXPECT_EQ(tempfile(name, sizeof name, dir_.root().c_str(), "taken"), nullptr);
-  EXPECT_STREQ(name, "");
+  EXPECT_NE(tempfile(name, sizeof name, nullptr, (a121 + "XXXXXX").c_str()), nullptr);
+  EXPECT_EQ(tempfile(name, sizeof name, nullptr, (a122 + "XXXXXX").c_str()), nullptr);
 }
 
 }  // namespace
