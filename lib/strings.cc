@@ -3,12 +3,11 @@
 #include "lib/strings.h"
 
 #include <cctype>
+#include <charconv>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <new>
-
-#include "lib/format.h"
 
 namespace inst {
 
@@ -356,8 +355,10 @@ int isfalse(const char* s) {
 }
 
 const char* number(int n) {
+  // Decimal digits as "%d" writes them; the text helpers stay below the
+  // formatter, which copies with scpy.
   static char string[50];
-  inst::snprintf(string, sizeof string, "%d", n);
+  *std::to_chars(string, string + sizeof string - 1, n).ptr = '\0';
   return string;
 }
 
