@@ -31,28 +31,11 @@ char peek_buffer[kLineSize];
 
 bool uses(const Ini* ini, IniMode flag) { return (ini->mode & flag) != 0; }
 
-bool valid_index(const Ini* ini, int32_t index) {
-  return ini && ini->data && index >= 0 && index < ini->items && index < ini->data->items;
-}
+bool valid_index(const Ini* ini, int32_t index) { return ini && index >= 0 && index < ini->items; }
 
 Item* item_at(const Ini* ini, int32_t index) { return ini->data->data[index]; }
 
 const char* name_at(const Ini* ini, int32_t index) { return ini->list[index].setting.get(); }
-
-// A new Item with two empty lists, or null.
-Item* item_new() {
-  Item* item = new (std::nothrow) Item;
-  if (!item) return nullptr;
-  item->values = list_init<char>();
-  item->assoc = list_init<int32_t>();
-  if (!item->values || !item->assoc) {
-    delete item;
-    return nullptr;
-  }
-  return item;
-}
-
-int32_t* index_new(int32_t value) { return new int32_t(value); }
 
 Xtra* xtra_new(XtraFn fn, SettingMode flag) { return new Xtra{fn, flag}; }
 
@@ -95,14 +78,50 @@ const char* first_value(const Item* item) {
   return first ? first->data : nullptr;
 }
 
+// Sets the counts from the containers they mirror; the only writer of
+// items and size.
+void recount(Ini* ini) {
+  ini->items = array_items(ini->data);
+  ini->size = static_cast<int32_t>(ini->list.size());
+}
+
+// Gives the declaration table `rows` rows, the new ones empty. Returns
+// false, logging "Memory allocation error", when the table cannot have
+// them; it is then left as it was.
+bool resize_table(Ini* ini, size_t rows) {
+  try {
+    ini->list.resize(rows);
+  } catch (const std::bad_alloc&) {
+    emsg("Memory allocation error");
+    return false;
+  }
+  recount(ini);
+  return true;
+}
+
+// Appends a setting: its row, grown by kGrowRows when only the terminator
+// row is free, its values and its place in the name indexes. Returns false
+// when the table or the Item array cannot grow (each logs its own failure).
+bool append_setting(Ini* ini, const char* name, SettingMode mode, std::unique_ptr<Item> item) {
+  const int32_t index = ini->items;
+  if (ini->size <= index + 1 && !resize_table(ini, static_cast<size_t>(ini->size) + kGrowRows)) {
+    return false;
+  }
+  if (!array_add(ini->data, item.get())) return false;
+  item.release();
+  ini->list[index] = IniRow{name_copy(name), mode};
+  recount(ini);
+  index_name(ini, index);
+  return true;
+}
+
 // Drops every declaration and value, for a second ini_setup().
 void clear_declarations(Ini* ini) {
   array_empty_dealloc(ini->data);
   ini->list.clear();
   ini->by_name.clear();
   ini->by_folded.clear();
-  ini->items = 0;
-  ini->size = 0;
+  recount(ini);
 }
 
 // Runs the registered transforms that apply to `mode` over value. Returns
@@ -197,28 +216,14 @@ bool has_extension(const char* path) {
 
 }  // namespace
 
-Item::~Item() {
-  list_free_dealloc(&values);
-  list_free_dealloc(&assoc);
-}
+Item::~Item() { list_free_dealloc(&values); }
 
 Ini::~Ini() {
   array_free_dealloc(&data);
   array_free_fn(&xtra, ini_free_xtra);
 }
 
-Ini* ini_init() try {
-  Ini* ini = new (std::nothrow) Ini;
-  if (!ini) return nullptr;
-  ini->data = array_init<Item>();
-  if (!ini->data) {
-    delete ini;
-    return nullptr;
-  }
-  return ini;
-} catch (const std::bad_alloc&) {
-  return nullptr;
-}
+Ini* ini_init() { return new Ini; }
 
 void ini_free(Ini** ini) {
   if (!ini || !*ini) return;
@@ -232,25 +237,18 @@ void ini_free_xtra(Xtra** xtra) {
   *xtra = nullptr;
 }
 
-void ini_setup(Ini* ini, const SettingList* table, const int32_t* assoc, int use_dflts) try {
-  if (!ini || !table || !ini->data) return;
+void ini_setup(Ini* ini, const SettingList* table, const int32_t* assoc, int use_dflts) {
+  if (!ini || !table) return;
   int32_t rows = 0;
   while (table[rows].setting) ++rows;
   if (!ini->list.empty()) clear_declarations(ini);
-  ini->list.resize(static_cast<size_t>(rows) + 1);
-  ini->size = rows + 1;
+  if (!resize_table(ini, static_cast<size_t>(rows) + 1)) return;
   array_setup(ini->data, rows, ini->data->block);
   for (int32_t i = 0; i < rows; ++i) {
-    std::unique_ptr<Item> item(item_new());
-    if (!item) break;
+    auto item = std::make_unique<Item>();
     if (use_dflts && table[i].dflt) list_add(item->values, s_strdup(table[i].dflt));
-    ini->list[i].setting = name_copy(table[i].setting);
-    ini->list[i].mode = table[i].mode;
     dmsg("Ini setting '%s' setup", table[i].setting);
-    if (!array_add(ini->data, item.get())) break;
-    item.release();
-    ini->items = i + 1;
-    index_name(ini, i);
+    if (!append_setting(ini, table[i].setting, table[i].mode, std::move(item))) break;
   }
   if (!assoc) return;
   for (const int32_t* pair = assoc; pair[0] != -1; pair += 2) {
@@ -260,13 +258,9 @@ void ini_setup(Ini* ini, const SettingList* table, const int32_t* assoc, int use
       emsg("Ini association index %d invalid.", from);
       continue;
     }
-    Linklist<int32_t>* links = item_at(ini, from)->assoc;
-    list_end(links);
-    list_add(links, index_new(to));
+    item_at(ini, from)->assoc.push_back(to);
     dmsg("Ini association index %d->%d added", from, to);
   }
-} catch (const std::bad_alloc&) {
-  emsg("Memory allocation error");
 }
 
 void ini_setup_load_fn(Ini* ini, XtraFn fn, SettingMode flag) try {
@@ -355,11 +349,7 @@ const char* ini_value(Ini* ini, int32_t index) {
   if (item->reading) return nullptr;
   item->reading = true;
   const char* result = nullptr;
-  list_start(item->assoc);
-  for (int32_t* link = list_get(item->assoc); link; link = list_get(item->assoc)) {
-    result = ini_value(ini, *link);
-    list_next(item->assoc);
-  }
+  for (int32_t link : item->assoc) result = ini_value(ini, link);
   item->reading = false;
   return result;
 }
@@ -418,43 +408,22 @@ int do_add(Ini* ini, int32_t index, const char* value) try {
 }
 
 int create_setting(Ini* ini, const char* name, const char* value) try {
-  if (!ini || !name || !value || !ini->data) return 0;
+  if (!ini || !name || !value) return 0;
   if (!uses(ini, Ini_NewEmpty) && *value == '\0') return -1;
-  if (ini->size <= ini->items + 1) {
-    try {
-      ini->list.resize(static_cast<size_t>(ini->size) + kGrowRows);
-    } catch (const std::bad_alloc&) {
-      emsg("Memory allocation error");
-      return 0;
-    }
-    ini->size += kGrowRows;
-  }
   SettingMode mode = Ini_None;
   if (uses(ini, Ini_NewMulti)) mode = mode | Ini_Multi;
   if (uses(ini, Ini_NewPass)) mode = mode | Ini_Pass;
   if (uses(ini, Ini_NewFixed)) mode = mode | Ini_Fixed;
   if (uses(ini, Ini_NewEmpty)) mode = mode | Ini_Empty;
   if (uses(ini, Ini_NewLock)) mode = mode | Ini_Lock;
-  std::unique_ptr<Item> item(item_new());
-  std::unique_ptr<char[]> stored(s_strdup(value));
-  if (!item || !list_add(item->values, stored.get())) return 0;
-  stored.release();
-  const int32_t index = ini->items;
-  IniRow& row = ini->list[index];
-  row.setting = name_copy(name);
-  row.mode = mode;
-  if (!array_add_num(ini->data, item.get(), index)) {
-    row = IniRow();
-    return 0;
-  }
-  item.release();
+  auto item = std::make_unique<Item>();
+  list_add(item->values, s_strdup(value));
+  if (!append_setting(ini, name, mode, std::move(item))) return 0;
   if (uses(ini, Ini_UsePass) && (mode & Ini_Pass)) {
     dmsg("Ini setting '%s' created and set to 'xxxx'", name);
   } else {
     dmsg("Ini setting '%s' created and set to '%s'", name, value);
   }
-  ini->items = index + 1;
-  index_name(ini, index);
   return 1;
 } catch (const std::bad_alloc&) {
   return 0;

@@ -102,10 +102,13 @@ struct Xtra {
 
 // The values of one setting.
 struct Item {
-  Linklist<char>* values = nullptr;    // new[] texts in order; reads move its cursor
-  Linklist<int32_t>* assoc = nullptr;  // indexes of settings read when there is no value
-  bool reading = false;                // set while a read follows this setting's associations
+  Linklist<char>* values = list_init<char>();  // new[] texts in order; reads move its cursor
+  std::vector<int32_t> assoc;  // indexes of the settings read, in order, when there is no value
+  bool reading = false;        // set while a read follows this setting's associations
 
+  Item() = default;
+  Item(const Item&) = delete;
+  Item& operator=(const Item&) = delete;
   ~Item();
 };
 
@@ -130,9 +133,11 @@ struct Ini {
   std::vector<IniRow> list;
   Array<Xtra>* xtra = nullptr;  // registered transforms; null until the first
   IniMode mode = Ini_DefaultMode;
-  int32_t items = 0;            // number of settings
-  int32_t size = 0;             // rows in list
-  Array<Item>* data = nullptr;  // one Item per setting, at its index
+  // Both counts mirror the containers (items: data's elements, size: list's
+  // rows) and are set in one place, whenever either container changes.
+  int32_t items = 0;                       // number of settings
+  int32_t size = 0;                        // rows in list
+  Array<Item>* data = array_init<Item>();  // one Item per setting, at its index
 
   // Name to first index, exactly and with A-Z folded to a-z. Later settings
   // of the same name are shadowed, so only the first index is kept.
