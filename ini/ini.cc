@@ -263,10 +263,9 @@ void ini_setup(Ini* ini, const SettingList* table, const int32_t* assoc, int use
   }
 }
 
-void ini_setup_load_fn(Ini* ini, XtraFn fn, SettingMode flag) try {
+void ini_setup_load_fn(Ini* ini, XtraFn fn, SettingMode flag) {
   if (!ini || !fn) return;
   if (!ini->xtra) ini->xtra = array_init<Xtra>();
-  if (!ini->xtra) return;
   for (int32_t i = 0; i < ini->xtra->items; ++i) {
     Xtra* x = ini->xtra->data[i];
     if (x->flag != flag) continue;
@@ -278,8 +277,6 @@ void ini_setup_load_fn(Ini* ini, XtraFn fn, SettingMode flag) try {
   std::unique_ptr<Xtra> x(xtra_new(fn, flag));
   imsg("New load fn [%p] set for flag [%d]", reinterpret_cast<void*>(fn), static_cast<int>(flag));
   if (array_add(ini->xtra, x.get())) x.release();
-} catch (const std::bad_alloc&) {
-  emsg("Memory allocation error");
 }
 
 void ini_setmode(Ini* ini, IniMode mode) {
@@ -302,33 +299,27 @@ const char* ini_label(const Ini* ini, int32_t index) {
   return valid_index(ini, index) ? name_at(ini, index) : nullptr;
 }
 
-Array<char>* ini_label_array(const Ini* ini) try {
+Array<char>* ini_label_array(const Ini* ini) {
   if (!ini || ini->list.empty()) return nullptr;
   Array<char>* names = array_init<char>();
   for (int32_t i = 0; i < ini->items; ++i) array_add(names, ini->list[i].setting.get());
   return names;
-} catch (const std::bad_alloc&) {
-  return nullptr;
 }
 
-Linklist<char>* ini_label_list(const Ini* ini) try {
+Linklist<char>* ini_label_list(const Ini* ini) {
   if (!ini || ini->list.empty()) return nullptr;
   Linklist<char>* names = list_init<char>();
   for (int32_t i = 0; i < ini->items; ++i) list_add(names, ini->list[i].setting.get());
   return names;
-} catch (const std::bad_alloc&) {
-  return nullptr;
 }
 
-Array<char>* ini_label_wild(const Ini* ini, const char* wild) try {
+Array<char>* ini_label_wild(const Ini* ini, const char* wild) {
   if (!ini || !wild) return nullptr;
   Array<char>* names = array_init<char>();
   for (int32_t i = 0; i < ini->items; ++i) {
     if (wild_match(name_at(ini, i), wild)) array_add(names, ini->list[i].setting.get());
   }
   return names;
-} catch (const std::bad_alloc&) {
-  return nullptr;
 }
 
 SettingMode ini_setting_mode(const Ini* ini, int32_t index) {
@@ -372,7 +363,7 @@ int ini_true(Ini* ini, int32_t index) { return istrue(ini_value(ini, index)); }
 
 int ini_false(Ini* ini, int32_t index) { return isfalse(ini_value(ini, index)); }
 
-int do_add(Ini* ini, int32_t index, const char* value) try {
+int do_add(Ini* ini, int32_t index, const char* value) {
   if (!valid_index(ini, index) || !value) return 0;
   const char* name = name_at(ini, index);
   const SettingMode mode = ini->list[index].mode;
@@ -390,24 +381,21 @@ int do_add(Ini* ini, int32_t index, const char* value) try {
     dmsg("Ini value for '%s' not added, value was empty", name);
     return -1;
   }
-  std::unique_ptr<char[]> stored(s_strdup(value));
   Item* item = item_at(ini, index);
   if (first_value(item) && uses(ini, Ini_UseMulti) && !(mode & Ini_Multi)) {
     delete[] list_del(item->values);
   }
-  if (!list_add(item->values, stored.get())) return 0;
-  const char* text = stored.release();
+  char* text = s_strdup(value);
+  list_add(item->values, text);
   if (uses(ini, Ini_UsePass) && (mode & Ini_Pass)) {
     dmsg("Ini value for '%s' set to 'xxxx'", name);
   } else {
     dmsg("Ini value for '%s' set to '%s'", name, text);
   }
   return 1;
-} catch (const std::bad_alloc&) {
-  return 0;
 }
 
-int create_setting(Ini* ini, const char* name, const char* value) try {
+int create_setting(Ini* ini, const char* name, const char* value) {
   if (!ini || !name || !value) return 0;
   if (!uses(ini, Ini_NewEmpty) && *value == '\0') return -1;
   SettingMode mode = Ini_None;
@@ -425,8 +413,6 @@ int create_setting(Ini* ini, const char* name, const char* value) try {
     dmsg("Ini setting '%s' created and set to '%s'", name, value);
   }
   return 1;
-} catch (const std::bad_alloc&) {
-  return 0;
 }
 
 int ini_add(Ini* ini, int32_t index, const char* value) {
@@ -480,7 +466,7 @@ char* ini_remove_name_next(Ini* ini, const char* name) {
   return ini_remove_next(ini, find_exact(ini, name));
 }
 
-int ini_process(Ini* ini) try {
+int ini_process(Ini* ini) {
   if (!ini || ini->list.empty()) return 0;
   dmsg("Processing replacable settings...");
   for (int32_t i = 0; i < ini->items; ++i) {
@@ -493,11 +479,9 @@ int ini_process(Ini* ini) try {
   }
   dmsg("Finished processing replacable settings");
   return 1;
-} catch (const std::bad_alloc&) {
-  return 0;
 }
 
-void ini_replace(Ini* ini, const char* text, char* buffer, unsigned bfsz) try {
+void ini_replace(Ini* ini, const char* text, char* buffer, unsigned bfsz) {
   if (!ini || !text || !buffer || bfsz == 0) return;
   Bounded out{buffer, bfsz};
   const char* scan = text;
@@ -520,8 +504,6 @@ void ini_replace(Ini* ini, const char* text, char* buffer, unsigned bfsz) try {
   }
   out.append(scan, std::strlen(scan), std::strlen(scan));
   out.finish();
-} catch (const std::bad_alloc&) {
-  buffer[0] = '\0';
 }
 
 char* replace_vars(const Copy* copy, const char* text) try {
@@ -571,7 +553,7 @@ char* ini_filename(char* path, const char* name) {
   return path;
 }
 
-int ini_load(Ini* ini, const char* file, const char* vhost) try {
+int ini_load(Ini* ini, const char* file, const char* vhost) {
   if (!ini || ini->list.empty() || !file) return 0;
   char path[kPathSize];
   ini_filename(path, file);
@@ -599,9 +581,6 @@ int ini_load(Ini* ini, const char* file, const char* vhost) try {
   }
   ini_addmode(ini, Ini_UseFixed);
   return 1;
-} catch (const std::bad_alloc&) {
-  ini_addmode(ini, Ini_UseFixed);
-  return 0;
 }
 
 const char* ini_peek(Ini* ini, const char* file, int32_t index) {

@@ -7,7 +7,9 @@
 // that value is removed or replaced. Texts returned by removals are new[]
 // arrays handed to the caller, who releases them with delete[]. Texts passed
 // in are copied. Every operation accepts null arguments and then does nothing
-// and returns 0, -1 or null as noted.
+// and returns 0, -1 or null as noted. Running out of memory ends the program,
+// except that a declaration table that cannot grow is logged as "Memory
+// allocation error" and the setup or the new setting is given up.
 #ifndef INSTALLER_INI_INI_H_
 #define INSTALLER_INI_INI_H_
 
@@ -147,7 +149,7 @@ struct Ini {
   ~Ini();
 };
 
-// A new empty store under Ini_DefaultMode, or null when memory runs out.
+// A new empty store under Ini_DefaultMode.
 Ini* ini_init();
 // Releases the store and everything it owns and sets *ini to null.
 void ini_free(Ini** ini);

@@ -3,11 +3,8 @@
 
 #include <unistd.h>
 
-#include <cerrno>
-#include <climits>
 #include <cstdarg>
 #include <cstring>
-#include <new>
 #include <string>
 
 #include "lib/strings.h"
@@ -210,22 +207,12 @@ char* exepath(char* buf, const char* argv0, int size) {
 }
 
 char* currentdir(char* buf, int size) {
-  if (buf == nullptr) return nullptr;
-  // The directory is read into a buffer of its own, grown as needed, so that
-  // one too deep for the caller's buffer leaves that buffer untouched.
-  std::string dir;
-  try {
-    dir.resize(PATH_MAX);
-    while (getcwd(dir.data(), dir.size()) == nullptr) {
-      if (errno != ERANGE) return nullptr;
-      dir.resize(dir.size() * 2);
-    }
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
-  size_t len = std::strlen(dir.c_str());
-  if (size < 1 || len > static_cast<size_t>(size) - 1) return nullptr;
-  std::memcpy(buf, dir.c_str(), len + 1);
+  if (buf == nullptr || size < 1) return nullptr;
+  // Read into a buffer of our own of the same size, so that a directory too
+  // deep for the caller's buffer leaves that buffer untouched.
+  std::string dir(static_cast<size_t>(size), '\0');
+  if (getcwd(dir.data(), dir.size()) == nullptr) return nullptr;
+  std::memcpy(buf, dir.c_str(), std::strlen(dir.c_str()) + 1);
   return buf;
 }
 
