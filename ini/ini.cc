@@ -20,11 +20,11 @@
 namespace inst {
 namespace {
 
-constexpr size_t kNameMax = 999;        // longest reference name looked up
-constexpr size_t kVarsSize = 10000;     // work buffer of copy-script expansion
-constexpr size_t kVarsPieceMax = 8999;  // longest value or tail it copies
-constexpr int kMaxSubstitutions = 100;  // per value in ini_process()
-constexpr int32_t kGrowRows = 5;        // rows added when the table is full
+constexpr size_t kNameMax = kLineSize - 1;  // longest reference name looked up
+constexpr size_t kVarsSize = 10000;         // work buffer of copy-script expansion
+constexpr size_t kVarsPieceMax = 8999;      // longest value or tail it copies
+constexpr int kMaxSubstitutions = 100;      // per value in ini_process()
+constexpr int32_t kGrowRows = 5;            // rows added when the table is full
 
 // Shared by every ini_peek() call and never cleared.
 char peek_buffer[kLineSize];

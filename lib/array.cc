@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "lib/limits.h"
 #include "lib/log.h"
 #include "lib/strings.h"
 
@@ -24,8 +25,9 @@ int add_copy(Array<char>* a, std::string_view text) {
   return 1;
 }
 
-// Size of the buffer a line is read into; a read takes at most one less.
-constexpr int kLineBuffer = 999;
+// Size of the buffer a line is read into: one place less than a line
+// buffer, on purpose, so a read takes at most 998 characters.
+constexpr int kLineBuffer = kLineSize - 1;
 
 }  // namespace
 
