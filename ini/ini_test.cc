@@ -266,6 +266,8 @@ TEST_F(IniTest, InStoreExpansionIsCaseBlindNestedAndEndsCycles) {
            {"twice", "$(base):$(base)", Ini_Replace},
            {"self", "$(self)!", Ini_Replace},
            {"open", "$(base)$(base", Ini_Replace},
+           {"chain", "$(grow)", Ini_Replace},
+           {"grow", "x$(grow)", Ini_Replace},
            {"action", nullptr, Ini_None}});
   ini_setmode(ini_, kDefault & ~Ini_UseMulti);
   ini_add(ini_, ini_index(ini_, "twice"), "second $(base)");
@@ -278,6 +280,8 @@ TEST_F(IniTest, InStoreExpansionIsCaseBlindNestedAndEndsCycles) {
   // unchanged until the substitution limit ends it.
   EXPECT_EQ(ValuesOf("self"), Values{"$(self)" + std::string(992, '!')});
   EXPECT_EQ(ValuesOf("open"), Values{"/opt$(base"});
+  // Each substitution adds one x: one value takes exactly 100 of them.
+  EXPECT_EQ(ValuesOf("chain"), Values{std::string(100, 'x') + "$(grow)"});
   const Lines debug = LogLines("Debug");
   EXPECT_NE(std::find(debug.begin(), debug.end(),
                       "Replaced '$(BASE)' in '$(BASE)/x' with '/opt' = '/opt/x'"),
