@@ -7,7 +7,9 @@
 // that value is removed or replaced. Texts returned by removals are new[]
 // arrays handed to the caller, who releases them with delete[]. Texts passed
 // in are copied. Every operation accepts null arguments and then does nothing
-// and returns 0, -1 or null as noted.
+// and returns 0, -1 or null as noted. Running out of memory ends the program,
+// except that a declaration table that cannot grow is logged as "Memory
+// allocation error" and the setup or the new setting is given up.
 #ifndef INSTALLER_INI_INI_H_
 #define INSTALLER_INI_INI_H_
 
@@ -102,10 +104,13 @@ struct Xtra {
 
 // The values of one setting.
 struct Item {
-  Linklist<char>* values = nullptr;    // new[] texts in order; reads move its cursor
-  Linklist<int32_t>* assoc = nullptr;  // indexes of settings read when there is no value
-  bool reading = false;                // set while a read follows this setting's associations
+  Linklist<char>* values = list_init<char>();  // new[] texts in order; reads move its cursor
+  std::vector<int32_t> assoc;  // indexes of the settings read, in order, when there is no value
+  bool reading = false;        // set while a read follows this setting's associations
 
+  Item() = default;
+  Item(const Item&) = delete;
+  Item& operator=(const Item&) = delete;
   ~Item();
 };
 
@@ -130,9 +135,11 @@ struct Ini {
   std::vector<IniRow> list;
   Array<Xtra>* xtra = nullptr;  // registered transforms; null until the first
   IniMode mode = Ini_DefaultMode;
-  int32_t items = 0;            // number of settings
-  int32_t size = 0;             // rows in list
-  Array<Item>* data = nullptr;  // one Item per setting, at its index
+  // Both counts mirror the containers (items: data's elements, size: list's
+  // rows) and are set in one place, whenever either container changes.
+  int32_t items = 0;                       // number of settings
+  int32_t size = 0;                        // rows in list
+  Array<Item>* data = array_init<Item>();  // one Item per setting, at its index
 
   // Name to first index, exactly and with A-Z folded to a-z. Later settings
   // of the same name are shadowed, so only the first index is kept.
@@ -142,7 +149,7 @@ struct Ini {
   ~Ini();
 };
 
-// A new empty store under Ini_DefaultMode, or null when memory runs out.
+// A new empty store under Ini_DefaultMode.
 Ini* ini_init();
 // Releases the store and everything it owns and sets *ini to null.
 void ini_free(Ini** ini);
