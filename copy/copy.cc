@@ -505,11 +505,10 @@ int copy_process(Copy* copy, unsigned long* files, unsigned long* bytes, int sto
   if (files != nullptr) *files = 0;
   if (bytes != nullptr) *bytes = 0;
   imsg("Processing copy script...");
-  for (int i = 0; i < copy_count(copy); ++i) {
-    const CCmd& cmd = copy->list[static_cast<size_t>(i)];
-    dmsg("Processing [%d:%s->%s,%s,%s,%s]", static_cast<int>(cmd.type), str(cmd.source.get()),
-         str(cmd.dest.get()), str(cmd.not_.get()), str(cmd.control.get()),
-         str(cmd.control_cmp.get()));
+  for (int i = 0; const CCmd* cmd = command(copy, i); ++i) {
+    dmsg("Processing [%d:%s->%s,%s,%s,%s]", static_cast<int>(cmd->type), str(cmd->source.get()),
+         str(cmd->dest.get()), str(cmd->not_.get()), str(cmd->control.get()),
+         str(cmd->control_cmp.get()));
     const int result = copy_do(copy, i, bytes);
     if (result == 0) {
       if (stop_on_fail) {
