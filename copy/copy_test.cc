@@ -136,7 +136,7 @@ TEST_F(CopyTest, LoaderSelectsTheSectionTakesEachTypesFieldsAndExpandsPaths) {
     EXPECT_EQ(Load(row.text), row.result);
     std::string records;
     for (int i = 0; i < copy_count(copy_); ++i) {
-      records += (i ? ";" : "") + std::to_string(copy_->list[i].type);
+      records.append(i ? ";" : "").append(std::to_string(copy_->list[i].type));
       for (const char* f : {copy_src(copy_, i), copy_not(copy_, i), copy_dst(copy_, i),
                             copy_control(copy_, i), copy_control_cmp(copy_, i)}) {
         records += std::string("|") + (f ? f : "~");
