@@ -72,6 +72,12 @@ const CCmd* command(const Copy* copy, int index) {
   return &copy->list[static_cast<size_t>(index)];
 }
 
+// One text field of the command at index, or null.
+const char* field(const Copy* copy, int index, std::unique_ptr<char[]> CCmd::*member) {
+  const CCmd* cmd = command(copy, index);
+  return cmd == nullptr ? nullptr : (cmd->*member).get();
+}
+
 int has_type(const Copy* copy, int index, CType type) {
   const CCmd* cmd = command(copy, index);
   return cmd != nullptr && cmd->type == type ? 1 : 0;
@@ -407,29 +413,16 @@ void copy_free(Copy** copy) {
 
 int copy_count(const Copy* copy) { return copy == nullptr ? 0 : static_cast<int>(copy->count); }
 
-const char* copy_src(const Copy* copy, int index) {
-  const CCmd* cmd = command(copy, index);
-  return cmd == nullptr ? nullptr : cmd->source.get();
-}
+const char* copy_src(const Copy* copy, int index) { return field(copy, index, &CCmd::source); }
 
-const char* copy_dst(const Copy* copy, int index) {
-  const CCmd* cmd = command(copy, index);
-  return cmd == nullptr ? nullptr : cmd->dest.get();
-}
+const char* copy_dst(const Copy* copy, int index) { return field(copy, index, &CCmd::dest); }
 
-const char* copy_not(const Copy* copy, int index) {
-  const CCmd* cmd = command(copy, index);
-  return cmd == nullptr ? nullptr : cmd->not_.get();
-}
+const char* copy_not(const Copy* copy, int index) { return field(copy, index, &CCmd::not_); }
 
-const char* copy_control(const Copy* copy, int index) {
-  const CCmd* cmd = command(copy, index);
-  return cmd == nullptr ? nullptr : cmd->control.get();
-}
+const char* copy_control(const Copy* copy, int index) { return field(copy, index, &CCmd::control); }
 
 const char* copy_control_cmp(const Copy* copy, int index) {
-  const CCmd* cmd = command(copy, index);
-  return cmd == nullptr ? nullptr : cmd->control_cmp.get();
+  return field(copy, index, &CCmd::control_cmp);
 }
 
 int copy_cpyfile(const Copy* copy, int index) { return has_type(copy, index, CpyFile); }

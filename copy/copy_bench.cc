@@ -35,6 +35,7 @@
 #include "ini/ini.h"
 #include "installer/installer.h"
 #include "lib/log.h"
+#include "tests/bench_trees.h"
 
 extern char** environ;
 
@@ -42,11 +43,6 @@ namespace inst {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr int kDirs = 100;
-constexpr int kFilesPerDir = 100;
-constexpr size_t kSmallSize = 4096;
-constexpr size_t kBigSize = size_t{256} << 20;
 
 // A fresh directory under base, removed with everything in it at the end.
 struct TempDir {
@@ -175,29 +171,6 @@ bool ours(Ini* ini, const std::string& root, const std::string& line, int expect
   return good;
 }
 
-void make_trees(const std::string& src) {
-  std::vector<char> block(1 << 20);
-  for (size_t i = 0; i < block.size(); ++i) block[i] = static_cast<char>(i * 7 + i / 4096);
-  for (int d = 0; d < kDirs; ++d) {
-    const std::string dir = src + "/small/d" + std::to_string(d);
-    fs::create_directories(dir);
-    for (int f = 0; f < kFilesPerDir; ++f) {
-      std::ofstream(dir + "/f" + std::to_string(f), std::ios::binary)
-          .write(block.data() + f * 13, kSmallSize);
-    }
-  }
-  fs::create_directories(src + "/big");
-  std::ofstream big(src + "/big/big.bin", std::ios::binary);
-  for (size_t done = 0; done < kBigSize; done += block.size()) {
-    big.write(block.data(), static_cast<std::streamsize>(block.size()));
-  }
-}
-
-double median(std::vector<double> v) {
-  std::sort(v.begin(), v.end());
-  return v.size() % 2 ? v[v.size() / 2] : (v[v.size() / 2 - 1] + v[v.size() / 2]) / 2;
-}
-
 // One operation timed both ways: prepare() runs untimed before each of the
 // two runs, mine() and theirs() are timed, clean() runs untimed after both.
 struct Race {
@@ -222,8 +195,8 @@ bool bench_place(const std::string& base, int rounds, const std::string& owner) 
   }
   const std::string root = dir.path;
   std::fprintf(stderr, "%s: building %d files of %zu bytes and one of %zu MiB...\n", root.c_str(),
-               kDirs * kFilesPerDir, kSmallSize, kBigSize >> 20);
-  make_trees(root + "/src");
+               bench::kDirs * bench::kFilesPerDir, bench::kSmallSize, bench::kBigSize >> 20);
+  bench::make_trees(root + "/src");
   sync();
 
   Log* log = log_init(LogDebug);
@@ -234,7 +207,8 @@ bool bench_place(const std::string& base, int rounds, const std::string& owner) 
   const std::string tree = root + "/tree";
   const std::string mine = root + "/ours";
   const std::string theirs = root + "/cp";
-  const int small_files = kDirs + kDirs * kFilesPerDir;  // below "small", made by CopyDir
+  const int small_files =
+      bench::kDirs + bench::kDirs * bench::kFilesPerDir;  // below "small", made by CopyDir
   auto fresh = [&] {
     fs::remove_all(mine);
     fs::remove_all(theirs);
@@ -323,8 +297,8 @@ bool bench_place(const std::string& base, int rounds, const std::string& owner) 
 
   std::printf("%s: median ratio ours/tool over %d rounds:", base.c_str(), rounds);
   for (size_t r = 0; r < std::size(races); ++r) {
-    std::printf(" %s %.3f (cpu %.3f);", races[r].name, median(ratios[r].wall),
-                median(ratios[r].cpu));
+    std::printf(" %s %.3f (cpu %.3f);", races[r].name, bench::median(ratios[r].wall),
+                bench::median(ratios[r].cpu));
   }
   std::printf("\n");
   if (!good) std::printf("%s: an operation failed\n", base.c_str());
