@@ -207,8 +207,8 @@ bool bench_place(const std::string& base, int rounds, const std::string& owner) 
   const std::string tree = root + "/tree";
   const std::string mine = root + "/ours";
   const std::string theirs = root + "/cp";
-  const int small_files =
-      bench::kDirs + bench::kDirs * bench::kFilesPerDir;  // below "small", made by CopyDir
+  // The entries below "small": what CopyDir makes inside the copy of it.
+  const int small_files = bench::kDirs + bench::kDirs * bench::kFilesPerDir;
   auto fresh = [&] {
     fs::remove_all(mine);
     fs::remove_all(theirs);
