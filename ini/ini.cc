@@ -9,7 +9,6 @@
 #include <cstring>
 #include <new>
 
-#include "copy/copy.h"
 #include "lib/format.h"
 #include "lib/limits.h"
 #include "lib/log.h"
@@ -21,8 +20,6 @@ namespace inst {
 namespace {
 
 constexpr size_t kNameMax = kLineSize - 1;  // longest reference name looked up
-constexpr size_t kVarsSize = 10000;         // work buffer of copy-script expansion
-constexpr size_t kVarsPieceMax = 8999;      // longest value or tail it copies
 constexpr int kMaxSubstitutions = 100;      // per value in ini_process()
 constexpr int32_t kGrowRows = 5;            // rows added when the table is full
 
@@ -504,32 +501,6 @@ void ini_replace(Ini* ini, const char* text, char* buffer, unsigned bfsz) {
   }
   out.append(scan, std::strlen(scan), std::strlen(scan));
   out.finish();
-}
-
-char* replace_vars(const Copy* copy, const char* text) try {
-  if (!copy || !text || !std::strstr(text, "$(")) return nullptr;
-  char work[kVarsSize];
-  Bounded out{work, kVarsSize};
-  const char* scan = text;
-  for (;;) {
-    const char* start = std::strstr(scan, "$(");
-    if (!start) break;
-    const char* name = start + 2;
-    const char* close = std::strchr(name, ')');
-    if (!close) break;
-    const size_t literal = static_cast<size_t>(start - scan);
-    out.append(scan, literal, literal);
-    std::string wanted(name, static_cast<size_t>(close - name));
-    scan = close + 1;
-    if (const char* value = ini_value_name(copy->ini, wanted.c_str())) {
-      out.append(value, std::strlen(value), kVarsPieceMax);
-    }
-  }
-  out.append(scan, std::strlen(scan), kVarsPieceMax);
-  out.finish();
-  return s_strdup(work);
-} catch (const std::bad_alloc&) {
-  return nullptr;
 }
 
 int ini_split_line(char* line, char** name, char** value) {

@@ -27,8 +27,6 @@
 
 namespace inst {
 
-struct Copy;
-
 // Per-setting flags. Each takes effect only when the matching store flag
 // (IniMode) is on, except Ini_Replace, which no store flag gates.
 enum SettingMode : int32_t {
@@ -254,11 +252,6 @@ int ini_process(Ini* ini);
 // rest of the text is copied as it stands. The result is always terminated
 // within bfsz. Leaves the buffer untouched for a null store or text.
 void ini_replace(Ini* ini, const char* text, char* buffer, unsigned bfsz);
-// Expands references in a copy script's text with the script's store, one
-// level deep, with exact names. Each value is cut to 8999 characters and the
-// whole result to 9999. Returns a new[] text the caller releases, or null
-// when the script or text is null or the text holds no "$(".
-char* replace_vars(const Copy* copy, const char* text);
 
 // Splits one line of a settings or product data file in place. Leading and
 // trailing white space is dropped; the name runs to the first blank or tab,
