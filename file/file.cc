@@ -13,7 +13,6 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <new>
 #include <vector>
 
 #include "lib/accounts.h"
@@ -67,10 +66,6 @@ bool join_path(char* out, const char* dir, const char* name) {
   scpy(out, wide, kPathSize);
   return std::strlen(wide) < static_cast<size_t>(kPathSize);
 }
-
-File* new_file() { return new (std::nothrow) File(); }
-
-FHandle* new_handle() { return new (std::nothrow) FHandle(); }
 
 // A file descriptor closed when it goes out of scope.
 class Fd {
@@ -149,18 +144,11 @@ bool copy_data(int in, int out, const struct stat& in_st, bool both_plain, const
     }
   }
 
-  std::vector<char> chunk;
-  try {
-    chunk.resize(kCopyChunk);
-  } catch (const std::bad_alloc&) {
-    errno = ENOMEM;
-    file_error("Error reading from '%s'", src);
-    return false;
-  }
+  char chunk[kCopyChunk];
   // The first read completes the chunk the kernel copy stopped inside.
   size_t want = kCopyChunk - static_cast<size_t>(written % kCopyChunk);
   for (;;) {
-    const ssize_t n = read(in, chunk.data(), want);
+    const ssize_t n = read(in, chunk, want);
     if (n < 0) {
       if (errno == EINTR) continue;
       file_error("Error reading from '%s'", src);
@@ -172,7 +160,7 @@ bool copy_data(int in, int out, const struct stat& in_st, bool both_plain, const
     }
     size_t done = 0;
     while (done < static_cast<size_t>(n)) {
-      const ssize_t w = write(out, chunk.data() + done, static_cast<size_t>(n) - done);
+      const ssize_t w = write(out, chunk + done, static_cast<size_t>(n) - done);
       if (w < 0 && errno == EINTR) continue;
       if (w <= 0) {
         if (w == 0) errno = ENOSPC;
@@ -271,14 +259,10 @@ int user_field(const char* name, bool want_group) {
 #ifdef USER_LOOKUP_FILES_ONLY
   return accounts_find(kPasswdFile, name, want_group ? kAccountGroup : kAccountId);
 #else
-  try {
-    passwd record;
-    std::vector<char> buffer;
-    if (!lookup(getpwnam_r, name, &record, &buffer)) return -1;
-    return static_cast<int>(want_group ? record.pw_gid : record.pw_uid);
-  } catch (const std::bad_alloc&) {
-    return -1;
-  }
+  passwd record;
+  std::vector<char> buffer;
+  if (!lookup(getpwnam_r, name, &record, &buffer)) return -1;
+  return static_cast<int>(want_group ? record.pw_gid : record.pw_uid);
 #endif
 }
 
@@ -288,8 +272,7 @@ File* start_scan(FHandle** handle, const char* path, const char* wild, bool repo
   if (handle == nullptr) return nullptr;
   *handle = nullptr;
   if (path == nullptr || wild == nullptr) return nullptr;
-  *handle = new_handle();
-  if (*handle == nullptr) return nullptr;
+  *handle = new FHandle();
   DIR* dir = opendir(path);
   if (dir == nullptr) {
     if (report) file_error("Error opening dir '%s'", path);
@@ -297,15 +280,10 @@ File* start_scan(FHandle** handle, const char* path, const char* wild, bool repo
     return nullptr;
   }
   (*handle)->handle.reset(dir);
-  try {
-    (*handle)->path = path;
-    (*handle)->wild = wild;
-  } catch (const std::bad_alloc&) {
-    file_last(handle);
-    return nullptr;
-  }
-  File* file = new_file();
-  if (file == nullptr || !file_next(file, *handle)) {
+  (*handle)->path = path;
+  (*handle)->wild = wild;
+  File* file = new File();
+  if (!file_next(file, *handle)) {
     file_free(&file);
     file_last(handle);
     return nullptr;
@@ -354,15 +332,11 @@ int file_stat(File* file) {
   if (!S_ISLNK(file->info.st_mode)) return 1;
   char target[kPathSize];
   const ssize_t n = readlink(file->name, target, kPathSize - 1);
-  try {
-    if (n < 0) {
-      file_error("Error reading symlink '%s'", file->name);
-      file->link = "READLINK FAILED";
-    } else {
-      file->link.assign(target, static_cast<size_t>(n));
-    }
-  } catch (const std::bad_alloc&) {
-    return 0;
+  if (n < 0) {
+    file_error("Error reading symlink '%s'", file->name);
+    file->link = "READLINK FAILED";
+  } else {
+    file->link.assign(target, static_cast<size_t>(n));
   }
   return 1;
 }
@@ -373,8 +347,7 @@ File* file_existf(const char* path) {
     errno = ENAMETOOLONG;
     return nullptr;
   }
-  File* file = new_file();
-  if (file == nullptr) return nullptr;
+  File* file = new File();
   scpy(file->name, path, kPathSize);
   if (!file_stat(file)) file_free(&file);
   return file;
@@ -397,16 +370,7 @@ int file_exist(const char* path) {
 
 File* file_dup(const File* file) {
   if (file == nullptr) return nullptr;
-  File* copy = new_file();
-  if (copy == nullptr) return nullptr;
-  std::memcpy(copy->name, file->name, sizeof copy->name);
-  copy->info = file->info;
-  try {
-    copy->link = file->link;
-  } catch (const std::bad_alloc&) {
-    file_free(&copy);
-  }
-  return copy;
+  return new File(*file);
 }
 
 const char* file_name(const File* file) { return file == nullptr ? nullptr : file->name; }
@@ -437,14 +401,10 @@ int file_getgid(const char* name) {
 #ifdef USER_LOOKUP_FILES_ONLY
   return accounts_find(kGroupFile, name, kAccountId);
 #else
-  try {
-    group record;
-    std::vector<char> buffer;
-    if (!lookup(getgrnam_r, name, &record, &buffer)) return -1;
-    return static_cast<int>(record.gr_gid);
-  } catch (const std::bad_alloc&) {
-    return -1;
-  }
+  group record;
+  std::vector<char> buffer;
+  if (!lookup(getgrnam_r, name, &record, &buffer)) return -1;
+  return static_cast<int>(record.gr_gid);
 #endif
 }
 
@@ -570,12 +530,10 @@ int file_mkdir(const char* dir, int make_all) {
   }
   make();
 
-  struct stat st;
-  if (made || (last_error == EEXIST && stat(path, &st) == 0 && S_ISDIR(st.st_mode))) {
-    errno = last_error;
-    return 1;
-  }
+  // "Already exists" is success whatever stands there: a later copy into a
+  // file of that name fails on its own.
   errno = last_error;
+  if (made || last_error == EEXIST) return 1;
   file_error("Error creating directory '%s'", path);
   report_fail(path, nullptr, 1);
   return 0;

@@ -152,9 +152,10 @@ int file_xmove(const char* path, const char* wild, const char* exclude, const ch
                int recurse, unsigned long* bytes);
 // Creates dir (one trailing separator ignored) with mode 0775, and with
 // make_all each missing parent first, logging and reporting through ok every
-// directory made. Returns 1 when anything was made or dir already exists as
-// a directory; otherwise logs "Error creating directory '%s'", calls fail
-// once and returns 0.
+// directory made. Returns 1 when anything was made or the last creation
+// found the path already there, whatever stands there (a file of that name
+// makes a later copy into it fail on its own); otherwise logs "Error creating
+// directory '%s'", calls fail once and returns 0.
 int file_mkdir(const char* dir, int make_all);
 // Removes directory dir; with recurse, first everything in it whose name is
 // not in the exclusion list (which keeps an excluded entry's directories in

@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "file/file.h"
+#include "tests/bench_trees.h"
 
 extern char** environ;
 
@@ -28,10 +29,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kDirs = 100;
-constexpr int kFilesPerDir = 100;
-constexpr size_t kSmallSize = 4096;
-constexpr size_t kBigSize = size_t{256} << 20;
+using bench::kBigSize;
+using bench::kDirs;
+using bench::kFilesPerDir;
+using bench::kSmallSize;
+using bench::make_trees;
+using bench::median;
 
 struct Times {
   double wall = 0;
@@ -71,29 +74,6 @@ bool run_cp(const std::string& src, const std::string& dst) {
 bool ours(const std::string& src, const std::string& dst, int expected) {
   unsigned long bytes = 0;
   return inst::file_xcopy(src.c_str(), "*", nullptr, dst.c_str(), 1, &bytes) == expected;
-}
-
-void make_trees(const std::string& root) {
-  std::vector<char> block(1 << 20);
-  for (size_t i = 0; i < block.size(); ++i) block[i] = static_cast<char>(i * 7 + i / 4096);
-  for (int d = 0; d < kDirs; ++d) {
-    const std::string dir = root + "/small/d" + std::to_string(d);
-    fs::create_directories(dir);
-    for (int f = 0; f < kFilesPerDir; ++f) {
-      std::ofstream(dir + "/f" + std::to_string(f), std::ios::binary)
-          .write(block.data() + f * 13, kSmallSize);
-    }
-  }
-  fs::create_directories(root + "/big");
-  std::ofstream big(root + "/big/big.bin", std::ios::binary);
-  for (size_t done = 0; done < kBigSize; done += block.size()) {
-    big.write(block.data(), static_cast<std::streamsize>(block.size()));
-  }
-}
-
-double median(std::vector<double> v) {
-  std::sort(v.begin(), v.end());
-  return v.size() % 2 ? v[v.size() / 2] : (v[v.size() / 2 - 1] + v[v.size() / 2]) / 2;
 }
 
 long peak_kib() {

@@ -9,7 +9,6 @@
 #include <cstring>
 #include <new>
 
-#include "copy/copy.h"
 #include "lib/format.h"
 #include "lib/limits.h"
 #include "lib/log.h"
@@ -20,39 +19,20 @@
 namespace inst {
 namespace {
 
-constexpr size_t kNameMax = 999;        // longest reference name looked up
-constexpr size_t kVarsSize = 10000;     // work buffer of copy-script expansion
-constexpr size_t kVarsPieceMax = 8999;  // longest value or tail it copies
-constexpr int kMaxSubstitutions = 100;  // per value in ini_process()
-constexpr int32_t kGrowRows = 5;        // rows added when the table is full
+constexpr size_t kNameMax = kLineSize - 1;  // longest reference name looked up
+constexpr int kMaxSubstitutions = 100;      // per value in ini_process()
+constexpr int32_t kGrowRows = 5;            // rows added when the table is full
 
 // Shared by every ini_peek() call and never cleared.
 char peek_buffer[kLineSize];
 
 bool uses(const Ini* ini, IniMode flag) { return (ini->mode & flag) != 0; }
 
-bool valid_index(const Ini* ini, int32_t index) {
-  return ini && ini->data && index >= 0 && index < ini->items && index < ini->data->items;
-}
+bool valid_index(const Ini* ini, int32_t index) { return ini && index >= 0 && index < ini->items; }
 
 Item* item_at(const Ini* ini, int32_t index) { return ini->data->data[index]; }
 
 const char* name_at(const Ini* ini, int32_t index) { return ini->list[index].setting.get(); }
-
-// A new Item with two empty lists, or null.
-Item* item_new() {
-  Item* item = new (std::nothrow) Item;
-  if (!item) return nullptr;
-  item->values = list_init<char>();
-  item->assoc = list_init<int32_t>();
-  if (!item->values || !item->assoc) {
-    delete item;
-    return nullptr;
-  }
-  return item;
-}
-
-int32_t* index_new(int32_t value) { return new int32_t(value); }
 
 Xtra* xtra_new(XtraFn fn, SettingMode flag) { return new Xtra{fn, flag}; }
 
@@ -95,14 +75,50 @@ const char* first_value(const Item* item) {
   return first ? first->data : nullptr;
 }
 
+// Sets the counts from the containers they mirror; the only writer of
+// items and size.
+void recount(Ini* ini) {
+  ini->items = array_items(ini->data);
+  ini->size = static_cast<int32_t>(ini->list.size());
+}
+
+// Gives the declaration table `rows` rows, the new ones empty. Returns
+// false, logging "Memory allocation error", when the table cannot have
+// them; it is then left as it was.
+bool resize_table(Ini* ini, size_t rows) {
+  try {
+    ini->list.resize(rows);
+  } catch (const std::bad_alloc&) {
+    emsg("Memory allocation error");
+    return false;
+  }
+  recount(ini);
+  return true;
+}
+
+// Appends a setting: its row, grown by kGrowRows when only the terminator
+// row is free, its values and its place in the name indexes. Returns false
+// when the table or the Item array cannot grow (each logs its own failure).
+bool append_setting(Ini* ini, const char* name, SettingMode mode, std::unique_ptr<Item> item) {
+  const int32_t index = ini->items;
+  if (ini->size <= index + 1 && !resize_table(ini, static_cast<size_t>(ini->size) + kGrowRows)) {
+    return false;
+  }
+  if (!array_add(ini->data, item.get())) return false;
+  item.release();
+  ini->list[index] = IniRow{name_copy(name), mode};
+  recount(ini);
+  index_name(ini, index);
+  return true;
+}
+
 // Drops every declaration and value, for a second ini_setup().
 void clear_declarations(Ini* ini) {
   array_empty_dealloc(ini->data);
   ini->list.clear();
   ini->by_name.clear();
   ini->by_folded.clear();
-  ini->items = 0;
-  ini->size = 0;
+  recount(ini);
 }
 
 // Runs the registered transforms that apply to `mode` over value. Returns
@@ -197,28 +213,14 @@ bool has_extension(const char* path) {
 
 }  // namespace
 
-Item::~Item() {
-  list_free_dealloc(&values);
-  list_free_dealloc(&assoc);
-}
+Item::~Item() { list_free_dealloc(&values); }
 
 Ini::~Ini() {
   array_free_dealloc(&data);
   array_free_fn(&xtra, ini_free_xtra);
 }
 
-Ini* ini_init() try {
-  Ini* ini = new (std::nothrow) Ini;
-  if (!ini) return nullptr;
-  ini->data = array_init<Item>();
-  if (!ini->data) {
-    delete ini;
-    return nullptr;
-  }
-  return ini;
-} catch (const std::bad_alloc&) {
-  return nullptr;
-}
+Ini* ini_init() { return new Ini; }
 
 void ini_free(Ini** ini) {
   if (!ini || !*ini) return;
@@ -232,25 +234,18 @@ void ini_free_xtra(Xtra** xtra) {
   *xtra = nullptr;
 }
 
-void ini_setup(Ini* ini, const SettingList* table, const int32_t* assoc, int use_dflts) try {
-  if (!ini || !table || !ini->data) return;
+void ini_setup(Ini* ini, const SettingList* table, const int32_t* assoc, int use_dflts) {
+  if (!ini || !table) return;
   int32_t rows = 0;
   while (table[rows].setting) ++rows;
   if (!ini->list.empty()) clear_declarations(ini);
-  ini->list.resize(static_cast<size_t>(rows) + 1);
-  ini->size = rows + 1;
+  if (!resize_table(ini, static_cast<size_t>(rows) + 1)) return;
   array_setup(ini->data, rows, ini->data->block);
   for (int32_t i = 0; i < rows; ++i) {
-    std::unique_ptr<Item> item(item_new());
-    if (!item) break;
+    auto item = std::make_unique<Item>();
     if (use_dflts && table[i].dflt) list_add(item->values, s_strdup(table[i].dflt));
-    ini->list[i].setting = name_copy(table[i].setting);
-    ini->list[i].mode = table[i].mode;
     dmsg("Ini setting '%s' setup", table[i].setting);
-    if (!array_add(ini->data, item.get())) break;
-    item.release();
-    ini->items = i + 1;
-    index_name(ini, i);
+    if (!append_setting(ini, table[i].setting, table[i].mode, std::move(item))) break;
   }
   if (!assoc) return;
   for (const int32_t* pair = assoc; pair[0] != -1; pair += 2) {
@@ -260,19 +255,14 @@ void ini_setup(Ini* ini, const SettingList* table, const int32_t* assoc, int use
       emsg("Ini association index %d invalid.", from);
       continue;
     }
-    Linklist<int32_t>* links = item_at(ini, from)->assoc;
-    list_end(links);
-    list_add(links, index_new(to));
+    item_at(ini, from)->assoc.push_back(to);
     dmsg("Ini association index %d->%d added", from, to);
   }
-} catch (const std::bad_alloc&) {
-  emsg("Memory allocation error");
 }
 
-void ini_setup_load_fn(Ini* ini, XtraFn fn, SettingMode flag) try {
+void ini_setup_load_fn(Ini* ini, XtraFn fn, SettingMode flag) {
   if (!ini || !fn) return;
   if (!ini->xtra) ini->xtra = array_init<Xtra>();
-  if (!ini->xtra) return;
   for (int32_t i = 0; i < ini->xtra->items; ++i) {
     Xtra* x = ini->xtra->data[i];
     if (x->flag != flag) continue;
@@ -284,8 +274,6 @@ void ini_setup_load_fn(Ini* ini, XtraFn fn, SettingMode flag) try {
   std::unique_ptr<Xtra> x(xtra_new(fn, flag));
   imsg("New load fn [%p] set for flag [%d]", reinterpret_cast<void*>(fn), static_cast<int>(flag));
   if (array_add(ini->xtra, x.get())) x.release();
-} catch (const std::bad_alloc&) {
-  emsg("Memory allocation error");
 }
 
 void ini_setmode(Ini* ini, IniMode mode) {
@@ -308,33 +296,27 @@ const char* ini_label(const Ini* ini, int32_t index) {
   return valid_index(ini, index) ? name_at(ini, index) : nullptr;
 }
 
-Array<char>* ini_label_array(const Ini* ini) try {
+Array<char>* ini_label_array(const Ini* ini) {
   if (!ini || ini->list.empty()) return nullptr;
   Array<char>* names = array_init<char>();
   for (int32_t i = 0; i < ini->items; ++i) array_add(names, ini->list[i].setting.get());
   return names;
-} catch (const std::bad_alloc&) {
-  return nullptr;
 }
 
-Linklist<char>* ini_label_list(const Ini* ini) try {
+Linklist<char>* ini_label_list(const Ini* ini) {
   if (!ini || ini->list.empty()) return nullptr;
   Linklist<char>* names = list_init<char>();
   for (int32_t i = 0; i < ini->items; ++i) list_add(names, ini->list[i].setting.get());
   return names;
-} catch (const std::bad_alloc&) {
-  return nullptr;
 }
 
-Array<char>* ini_label_wild(const Ini* ini, const char* wild) try {
+Array<char>* ini_label_wild(const Ini* ini, const char* wild) {
   if (!ini || !wild) return nullptr;
   Array<char>* names = array_init<char>();
   for (int32_t i = 0; i < ini->items; ++i) {
     if (wild_match(name_at(ini, i), wild)) array_add(names, ini->list[i].setting.get());
   }
   return names;
-} catch (const std::bad_alloc&) {
-  return nullptr;
 }
 
 SettingMode ini_setting_mode(const Ini* ini, int32_t index) {
@@ -355,11 +337,7 @@ const char* ini_value(Ini* ini, int32_t index) {
   if (item->reading) return nullptr;
   item->reading = true;
   const char* result = nullptr;
-  list_start(item->assoc);
-  for (int32_t* link = list_get(item->assoc); link; link = list_get(item->assoc)) {
-    result = ini_value(ini, *link);
-    list_next(item->assoc);
-  }
+  for (int32_t link : item->assoc) result = ini_value(ini, link);
   item->reading = false;
   return result;
 }
@@ -382,7 +360,7 @@ int ini_true(Ini* ini, int32_t index) { return istrue(ini_value(ini, index)); }
 
 int ini_false(Ini* ini, int32_t index) { return isfalse(ini_value(ini, index)); }
 
-int do_add(Ini* ini, int32_t index, const char* value) try {
+int do_add(Ini* ini, int32_t index, const char* value) {
   if (!valid_index(ini, index) || !value) return 0;
   const char* name = name_at(ini, index);
   const SettingMode mode = ini->list[index].mode;
@@ -400,64 +378,38 @@ int do_add(Ini* ini, int32_t index, const char* value) try {
     dmsg("Ini value for '%s' not added, value was empty", name);
     return -1;
   }
-  std::unique_ptr<char[]> stored(s_strdup(value));
   Item* item = item_at(ini, index);
   if (first_value(item) && uses(ini, Ini_UseMulti) && !(mode & Ini_Multi)) {
     delete[] list_del(item->values);
   }
-  if (!list_add(item->values, stored.get())) return 0;
-  const char* text = stored.release();
+  char* text = s_strdup(value);
+  list_add(item->values, text);
   if (uses(ini, Ini_UsePass) && (mode & Ini_Pass)) {
     dmsg("Ini value for '%s' set to 'xxxx'", name);
   } else {
     dmsg("Ini value for '%s' set to '%s'", name, text);
   }
   return 1;
-} catch (const std::bad_alloc&) {
-  return 0;
 }
 
-int create_setting(Ini* ini, const char* name, const char* value) try {
-  if (!ini || !name || !value || !ini->data) return 0;
+int create_setting(Ini* ini, const char* name, const char* value) {
+  if (!ini || !name || !value) return 0;
   if (!uses(ini, Ini_NewEmpty) && *value == '\0') return -1;
-  if (ini->size <= ini->items + 1) {
-    try {
-      ini->list.resize(static_cast<size_t>(ini->size) + kGrowRows);
-    } catch (const std::bad_alloc&) {
-      emsg("Memory allocation error");
-      return 0;
-    }
-    ini->size += kGrowRows;
-  }
   SettingMode mode = Ini_None;
   if (uses(ini, Ini_NewMulti)) mode = mode | Ini_Multi;
   if (uses(ini, Ini_NewPass)) mode = mode | Ini_Pass;
   if (uses(ini, Ini_NewFixed)) mode = mode | Ini_Fixed;
   if (uses(ini, Ini_NewEmpty)) mode = mode | Ini_Empty;
   if (uses(ini, Ini_NewLock)) mode = mode | Ini_Lock;
-  std::unique_ptr<Item> item(item_new());
-  std::unique_ptr<char[]> stored(s_strdup(value));
-  if (!item || !list_add(item->values, stored.get())) return 0;
-  stored.release();
-  const int32_t index = ini->items;
-  IniRow& row = ini->list[index];
-  row.setting = name_copy(name);
-  row.mode = mode;
-  if (!array_add_num(ini->data, item.get(), index)) {
-    row = IniRow();
-    return 0;
-  }
-  item.release();
+  auto item = std::make_unique<Item>();
+  list_add(item->values, s_strdup(value));
+  if (!append_setting(ini, name, mode, std::move(item))) return 0;
   if (uses(ini, Ini_UsePass) && (mode & Ini_Pass)) {
     dmsg("Ini setting '%s' created and set to 'xxxx'", name);
   } else {
     dmsg("Ini setting '%s' created and set to '%s'", name, value);
   }
-  ini->items = index + 1;
-  index_name(ini, index);
   return 1;
-} catch (const std::bad_alloc&) {
-  return 0;
 }
 
 int ini_add(Ini* ini, int32_t index, const char* value) {
@@ -511,7 +463,7 @@ char* ini_remove_name_next(Ini* ini, const char* name) {
   return ini_remove_next(ini, find_exact(ini, name));
 }
 
-int ini_process(Ini* ini) try {
+int ini_process(Ini* ini) {
   if (!ini || ini->list.empty()) return 0;
   dmsg("Processing replacable settings...");
   for (int32_t i = 0; i < ini->items; ++i) {
@@ -524,11 +476,9 @@ int ini_process(Ini* ini) try {
   }
   dmsg("Finished processing replacable settings");
   return 1;
-} catch (const std::bad_alloc&) {
-  return 0;
 }
 
-void ini_replace(Ini* ini, const char* text, char* buffer, unsigned bfsz) try {
+void ini_replace(Ini* ini, const char* text, char* buffer, unsigned bfsz) {
   if (!ini || !text || !buffer || bfsz == 0) return;
   Bounded out{buffer, bfsz};
   const char* scan = text;
@@ -551,34 +501,6 @@ void ini_replace(Ini* ini, const char* text, char* buffer, unsigned bfsz) try {
   }
   out.append(scan, std::strlen(scan), std::strlen(scan));
   out.finish();
-} catch (const std::bad_alloc&) {
-  buffer[0] = '\0';
-}
-
-char* replace_vars(const Copy* copy, const char* text) try {
-  if (!copy || !text || !std::strstr(text, "$(")) return nullptr;
-  char work[kVarsSize];
-  Bounded out{work, kVarsSize};
-  const char* scan = text;
-  for (;;) {
-    const char* start = std::strstr(scan, "$(");
-    if (!start) break;
-    const char* name = start + 2;
-    const char* close = std::strchr(name, ')');
-    if (!close) break;
-    const size_t literal = static_cast<size_t>(start - scan);
-    out.append(scan, literal, literal);
-    std::string wanted(name, static_cast<size_t>(close - name));
-    scan = close + 1;
-    if (const char* value = ini_value_name(copy->ini, wanted.c_str())) {
-      out.append(value, std::strlen(value), kVarsPieceMax);
-    }
-  }
-  out.append(scan, std::strlen(scan), kVarsPieceMax);
-  out.finish();
-  return s_strdup(work);
-} catch (const std::bad_alloc&) {
-  return nullptr;
 }
 
 int ini_split_line(char* line, char** name, char** value) {
@@ -602,7 +524,7 @@ char* ini_filename(char* path, const char* name) {
   return path;
 }
 
-int ini_load(Ini* ini, const char* file, const char* vhost) try {
+int ini_load(Ini* ini, const char* file, const char* vhost) {
   if (!ini || ini->list.empty() || !file) return 0;
   char path[kPathSize];
   ini_filename(path, file);
@@ -630,9 +552,6 @@ int ini_load(Ini* ini, const char* file, const char* vhost) try {
   }
   ini_addmode(ini, Ini_UseFixed);
   return 1;
-} catch (const std::bad_alloc&) {
-  ini_addmode(ini, Ini_UseFixed);
-  return 0;
 }
 
 const char* ini_peek(Ini* ini, const char* file, int32_t index) {

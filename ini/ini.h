@@ -7,7 +7,9 @@
 // that value is removed or replaced. Texts returned by removals are new[]
 // arrays handed to the caller, who releases them with delete[]. Texts passed
 // in are copied. Every operation accepts null arguments and then does nothing
-// and returns 0, -1 or null as noted.
+// and returns 0, -1 or null as noted. Running out of memory ends the program,
+// except that a declaration table that cannot grow is logged as "Memory
+// allocation error" and the setup or the new setting is given up.
 #ifndef INSTALLER_INI_INI_H_
 #define INSTALLER_INI_INI_H_
 
@@ -24,8 +26,6 @@
 #include "lib/linklist.h"
 
 namespace inst {
-
-struct Copy;
 
 // Per-setting flags. Each takes effect only when the matching store flag
 // (IniMode) is on, except Ini_Replace, which no store flag gates.
@@ -102,10 +102,13 @@ struct Xtra {
 
 // The values of one setting.
 struct Item {
-  Linklist<char>* values = nullptr;    // new[] texts in order; reads move its cursor
-  Linklist<int32_t>* assoc = nullptr;  // indexes of settings read when there is no value
-  bool reading = false;                // set while a read follows this setting's associations
+  Linklist<char>* values = list_init<char>();  // new[] texts in order; reads move its cursor
+  std::vector<int32_t> assoc;  // indexes of the settings read, in order, when there is no value
+  bool reading = false;        // set while a read follows this setting's associations
 
+  Item() = default;
+  Item(const Item&) = delete;
+  Item& operator=(const Item&) = delete;
   ~Item();
 };
 
@@ -130,9 +133,11 @@ struct Ini {
   std::vector<IniRow> list;
   Array<Xtra>* xtra = nullptr;  // registered transforms; null until the first
   IniMode mode = Ini_DefaultMode;
-  int32_t items = 0;            // number of settings
-  int32_t size = 0;             // rows in list
-  Array<Item>* data = nullptr;  // one Item per setting, at its index
+  // Both counts mirror the containers (items: data's elements, size: list's
+  // rows) and are set in one place, whenever either container changes.
+  int32_t items = 0;                       // number of settings
+  int32_t size = 0;                        // rows in list
+  Array<Item>* data = array_init<Item>();  // one Item per setting, at its index
 
   // Name to first index, exactly and with A-Z folded to a-z. Later settings
   // of the same name are shadowed, so only the first index is kept.
@@ -142,7 +147,7 @@ struct Ini {
   ~Ini();
 };
 
-// A new empty store under Ini_DefaultMode, or null when memory runs out.
+// A new empty store under Ini_DefaultMode.
 Ini* ini_init();
 // Releases the store and everything it owns and sets *ini to null.
 void ini_free(Ini** ini);
@@ -247,11 +252,6 @@ int ini_process(Ini* ini);
 // rest of the text is copied as it stands. The result is always terminated
 // within bfsz. Leaves the buffer untouched for a null store or text.
 void ini_replace(Ini* ini, const char* text, char* buffer, unsigned bfsz);
-// Expands references in a copy script's text with the script's store, one
-// level deep, with exact names. Each value is cut to 8999 characters and the
-// whole result to 9999. Returns a new[] text the caller releases, or null
-// when the script or text is null or the text holds no "$(".
-char* replace_vars(const Copy* copy, const char* text);
 
 // Splits one line of a settings or product data file in place. Leading and
 // trailing white space is dropped; the name runs to the first blank or tab,

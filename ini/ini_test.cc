@@ -10,7 +10,6 @@
 #include <utility>
 #include <vector>
 
-#include "copy/copy.h"
 #include "tests/scratch.h"
 
 namespace inst {
@@ -180,22 +179,16 @@ TEST_F(IniTest, FormattedAddIsCutTo999AndArrayAddGoesOnPastRefusedValues) {
   array_free(&values);
 }
 
-TEST_F(IniTest, NamesStayValidWhileTheStoreGrows) {
-  Declare({{"a", "1", Ini_None}, {"b", "2", Ini_None}});
-  const char* first = ini_label(ini_, 0);
-  for (int i = 0; i < 20; ++i) {
-    const std::string name = "new" + std::to_string(i);
-    ASSERT_EQ(ini_add_name(ini_, name.c_str(), "v"), 1);
-  }
-  EXPECT_EQ(ini_items(ini_), 22);
-  EXPECT_STREQ(first, "a");
-}
-
-TEST_F(IniTest, BadArgumentsGiveZeroOrNull) {
+TEST_F(IniTest, NamesStayValidWhileTheStoreGrowsAndBadArgumentsGiveZeroOrNull) {
   EXPECT_EQ(ini_add_name(ini_, "x", "v"), 0);  // before ini_setup()
   Declare({{"a", "1", Ini_None}});
-  EXPECT_EQ(ini_add(ini_, 1, "v"), 0);
-  EXPECT_EQ(ini_add(ini_, 0, nullptr), 0);
+  const char* first = ini_label(ini_, 0);
+  for (const std::string name : {"n1", "n2", "n3", "n4", "n5", "n6", "n7", "n8", "n9"}) {
+    ASSERT_EQ(ini_add_name(ini_, name.c_str(), "v"), 1);
+  }
+  EXPECT_EQ(ini_items(ini_), 10);
+  EXPECT_STREQ(first, "a");
+  EXPECT_EQ(ini_add(ini_, 10, "v") + ini_add(ini_, -1, "v") + ini_add(ini_, 0, nullptr), 0);
   EXPECT_EQ(ini_load(ini_, dir_.Path("missing").c_str(), nullptr), 0);
   char buffer[4] = "abc";
   ini_replace(ini_, nullptr, buffer, sizeof buffer);
@@ -203,25 +196,18 @@ TEST_F(IniTest, BadArgumentsGiveZeroOrNull) {
 }
 
 // The expanders over one store: "dir" holds /opt/x, "nested" an unexpanded
-// reference, "none" no value, "big" 9500 characters.
+// reference, "none" no value.
 class ExpandTest : public IniTest {
  protected:
   void SetUp() override {
     IniTest::SetUp();
     Declare({{"dir", "/opt/x", Ini_Replace},
              {"nested", "$(dir)/n", Ini_None},
-             {"none", nullptr, Ini_None},
-             {"big", std::string(9500, 'b').c_str(), Ini_None}});
-  }
-  // replace_vars() of text, or "(null)".
-  std::string Vars(const std::string& text) {
-    const Copy copy{{}, ini_, 0};
-    std::unique_ptr<char[]> out(replace_vars(&copy, text.c_str()));
-    return out ? out.get() : "(null)";
+             {"none", nullptr, Ini_None}});
   }
 };
 
-TEST_F(ExpandTest, TextExpandersAreSingleLevelExactAndCut) {
+TEST_F(ExpandTest, BufferExpansionIsSingleLevelAndExact) {
   const std::pair<const char*, const char*> rows[] = {
       {"$(dir)/bin", "/opt/x/bin"}, {"a$(unknown)b", "ab"}, {"$(DIR)/bin", "/bin"},
       {"$(nested)", "$(dir)/n"},    {"$(none)x", "x"},      {"$(dir)$(dir", "/opt/x$(dir"},
@@ -230,13 +216,7 @@ TEST_F(ExpandTest, TextExpandersAreSingleLevelExactAndCut) {
     char out[100];
     ini_replace(ini_, text, out, sizeof out);
     EXPECT_STREQ(out, expected) << "buffer: " << text;
-    EXPECT_EQ(Vars(text), expected) << "copy text: " << text;
   }
-  // Only copy texts give null without a reference, and cut at 8999 and 9999.
-  EXPECT_EQ(Vars("no reference"), "(null)");
-  EXPECT_EQ(Vars("$(big)").size(), 8999u);
-  EXPECT_EQ(Vars("$(big)$(big)").size(), 9999u);
-  EXPECT_EQ(Vars("$(dir)" + std::string(9500, 't')).size(), 6u + 8999);
 }
 
 TEST_F(ExpandTest, BufferExpansionStaysWithinTheBuffer) {
@@ -266,6 +246,8 @@ TEST_F(IniTest, InStoreExpansionIsCaseBlindNestedAndEndsCycles) {
            {"twice", "$(base):$(base)", Ini_Replace},
            {"self", "$(self)!", Ini_Replace},
            {"open", "$(base)$(base", Ini_Replace},
+           {"chain", "$(grow)", Ini_Replace},
+           {"grow", "x$(grow)", Ini_Replace},
            {"action", nullptr, Ini_None}});
   ini_setmode(ini_, kDefault & ~Ini_UseMulti);
   ini_add(ini_, ini_index(ini_, "twice"), "second $(base)");
@@ -278,6 +260,8 @@ TEST_F(IniTest, InStoreExpansionIsCaseBlindNestedAndEndsCycles) {
   // unchanged until the substitution limit ends it.
   EXPECT_EQ(ValuesOf("self"), Values{"$(self)" + std::string(992, '!')});
   EXPECT_EQ(ValuesOf("open"), Values{"/opt$(base"});
+  // Each substitution adds one x: one value takes exactly 100 of them.
+  EXPECT_EQ(ValuesOf("chain"), Values{std::string(100, 'x') + "$(grow)"});
   const Lines debug = LogLines("Debug");
   EXPECT_NE(std::find(debug.begin(), debug.end(),
                       "Replaced '$(BASE)' in '$(BASE)/x' with '/opt' = '/opt/x'"),

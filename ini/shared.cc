@@ -1,13 +1,11 @@
 // The product data file.
 #include "ini/shared.h"
 
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <memory>
-#include <new>
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "lib/host.h"
@@ -22,63 +20,65 @@ SettingList* _settings = nullptr;
 
 namespace {
 
-constexpr size_t kFirstRows = 10;
-constexpr size_t kGrowRows = 5;
+// One declaration row with its texts owned.
+struct OwnedRow {
+  std::string setting;
+  std::optional<std::string> dflt;  // none: the setting starts without a value
+  SettingMode mode;
+};
 
-// The storage behind _settings; its size is the table's capacity.
-std::vector<SettingList> rows;
+// The rows in order, and the table that _settings points to: made once
+// every row is read, its texts point into `owned`, which is left alone
+// until clear_datfile().
+std::vector<OwnedRow> owned;
+std::vector<SettingList> table;
 
-void release_rows() {
-  for (SettingList& row : rows) {
-    delete[] row.setting;
-    delete[] row.dflt;
-  }
-  std::vector<SettingList>().swap(rows);
-  _settings = nullptr;
-}
-
-// Writes the next row, growing the table first when every row is filled.
 // An empty or null default leaves the setting without a value.
-void add_row(size_t& filled, const char* name, const char* dflt, SettingMode mode) {
-  if (filled == rows.size())
-    rows.resize(rows.size() + kGrowRows, SettingList{nullptr, nullptr, Ini_None});
-  std::unique_ptr<char[]> setting(s_strdup(name));
-  std::unique_ptr<char[]> value(dflt && *dflt ? s_strdup(dflt) : nullptr);
-  rows[filled] = SettingList{setting.release(), value.release(), mode};
-  ++filled;
+void add_row(const char* name, const char* dflt, SettingMode mode) {
+  owned.push_back(
+      OwnedRow{name, dflt && *dflt ? std::optional<std::string>(dflt) : std::nullopt, mode});
 }
 
 // Rows 0 to 3: the machine and the run.
-void add_builtins(size_t& filled) {
+void add_builtins() {
   constexpr SettingMode kMachine = Ini_Replace | Ini_Fixed;
   char buffer[kLineSize];
   tcp_hostname(buffer, kLineSize);
   imsg("host=%s", buffer);
-  add_row(filled, "host", buffer, kMachine);
+  add_row("host", buffer, kMachine);
   systemdir(buffer, kLineSize);
   imsg("system_dir=%s", buffer);
-  add_row(filled, "system_dir", buffer, kMachine);
+  add_row("system_dir", buffer, kMachine);
   // Without a current directory the setting is declared without a value.
   const char* current = currentdir(buffer, kLineSize);
   imsg("current_dir=%s", str(current));
-  add_row(filled, "current_dir", current, kMachine);
+  add_row("current_dir", current, kMachine);
   imsg("action=install");
-  add_row(filled, "action", "install", Ini_None);
+  add_row("action", "install", Ini_None);
+}
+
+// Points _settings at a table of the rows read, ended by a null row.
+void publish_table() {
+  table.reserve(owned.size() + 1);
+  for (const OwnedRow& row : owned) {
+    table.push_back(
+        SettingList{row.setting.c_str(), row.dflt ? row.dflt->c_str() : nullptr, row.mode});
+  }
+  table.push_back(SettingList{nullptr, nullptr, Ini_None});
+  _settings = table.data();
 }
 
 }  // namespace
 
-int load_datfile(Ini* ini, const char* file) try {
+int load_datfile(Ini* ini, const char* file) {
   if (!ini || !file) return 0;
   OpenFile in(s_fopen(file, "r"));
   if (!in.f) {
     emsg("Error opening '%s' for read, %s", file, std::strerror(errno));
     return 0;
   }
-  release_rows();
-  rows.resize(kFirstRows, SettingList{nullptr, nullptr, Ini_None});
-  size_t filled = 0;
-  add_builtins(filled);
+  clear_datfile();
+  add_builtins();
   // A line longer than the buffer arrives in pieces, each taken as a line.
   char line[kLineSize];
   while (std::fgets(line, sizeof line, in.f)) {
@@ -86,22 +86,19 @@ int load_datfile(Ini* ini, const char* file) try {
     char* value;
     if (!ini_split_line(line, &name, &value)) continue;
     dmsg("Adding '%s'='%s'", name, value);
-    add_row(filled, name, value, Ini_Replace);
+    add_row(name, value, Ini_Replace);
   }
-  if (filled == rows.size()) rows.resize(rows.size() + 1, SettingList{nullptr, nullptr, Ini_None});
   s_fclose(&in.f);
-  _settings = rows.data();
+  publish_table();
   ini_setup(ini, _settings, nullptr, 1);
   ini_process(ini);
   return 1;
-} catch (const std::bad_alloc&) {
-  release_rows();
-  return 0;
 }
 
 void clear_datfile() {
-  if (!_settings) return;
-  release_rows();
+  _settings = nullptr;
+  std::vector<SettingList>().swap(table);
+  std::vector<OwnedRow>().swap(owned);
 }
 
 }  // namespace inst

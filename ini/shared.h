@@ -12,8 +12,9 @@ namespace inst {
 
 // The declaration table read by load_datfile(): rows "host", "system_dir",
 // "current_dir" and "action" first, then the file's settings in file order,
-// ended by a row whose `setting` is null. Every text in it is a new[] copy
-// owned by this module. Null outside load_datfile() .. clear_datfile().
+// ended by a row whose `setting` is null. The table and its texts are owned
+// by this module's containers; this points into them and owns nothing.
+// Null outside load_datfile() .. clear_datfile().
 extern SettingList* _settings;
 
 // Reads the data file `file` into `_settings`, declares the table in `ini`

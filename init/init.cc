@@ -7,7 +7,6 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <new>
 #include <string>
 
 #include "file/file.h"
@@ -58,11 +57,7 @@ void init_seterror(const char* format, ...) {
   va_start(args, format);
   vlprintf(text, kLineSize, format, args);
   va_end(args);
-  try {
-    last_error = text;
-  } catch (const std::bad_alloc&) {
-    last_error.clear();
-  }
+  last_error = text;
   emsg("%s", text);
 }
 }  // namespace unchecked
@@ -208,10 +203,8 @@ bool read_http_conf(HttpConf* c, FILE* in, char* errmsg) {
 Init::~Init() { array_free_fn(&list, init_item_free); }
 
 Init* init_init() {
-  Init* x = new (std::nothrow) Init;
-  if (!x) return nullptr;
+  Init* x = new Init;
   x->list = array_init<IItem>();
-  if (!x->list) init_free(&x);
   return x;
 }
 
@@ -221,7 +214,7 @@ void init_free(Init** x) {
   *x = nullptr;
 }
 
-int init_load(Init* x, const char* file) try {
+int init_load(Init* x, const char* file) {
   if (!x || !x->list || !file) return 0;
   OpenFile in(s_fopen(file, "r"));
   if (!in.f) {
@@ -251,8 +244,6 @@ int init_load(Init* x, const char* file) try {
     }
   }
   return 1;
-} catch (const std::bad_alloc&) {
-  return 0;
 }
 
 const char* init_error() { return last_error.c_str(); }

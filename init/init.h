@@ -54,7 +54,7 @@ struct Init {
   ~Init();
 };
 
-// A new, empty probe list, or null when memory runs out.
+// A new, empty probe list.
 Init* init_init();
 // Releases every record, the array and the list, and sets *x to null.
 // Null is accepted.

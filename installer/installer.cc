@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <new>
 #include <string>
 
 #include "file/file.h"
@@ -145,11 +144,7 @@ void run_probe(Ini* ini, const IItem* probe, HttpFinder find) {
 void evaluate_probes(Ini* ini, Init* probes, HttpFinder find) {
   if (!ini || !find) return;
   for (IItem* probe = init_get_num(probes, 0); probe; probe = init_get(probes)) {
-    try {
-      run_probe(ini, probe, find);
-    } catch (const std::bad_alloc&) {
-      emsg("Probe skipped: %s", std::strerror(ENOMEM));
-    }
+    run_probe(ini, probe, find);
   }
 }
 

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <fstream>
-#include <new>
 #include <string>
 #include <string_view>
 
@@ -37,19 +36,16 @@ int parse_id(std::string_view text) {
 
 int accounts_find(const char* file, const char* name, int field) {
   if (file == nullptr || name == nullptr || *name == '\0' || field < 0) return -1;
-  try {
-    std::ifstream in(file);
-    const std::string_view wanted(name);
-    for (std::string line; std::getline(in, line);) {
-      if (line.empty() || line[0] == '#') continue;
-      std::string_view entry_name;
-      nth_field(line, 0, &entry_name);
-      if (entry_name != wanted) continue;
-      std::string_view value;
-      const int id = nth_field(line, field, &value) ? parse_id(value) : -1;
-      if (id != -1) return id;
-    }
-  } catch (const std::bad_alloc&) {
+  std::ifstream in(file);
+  const std::string_view wanted(name);
+  for (std::string line; std::getline(in, line);) {
+    if (line.empty() || line[0] == '#') continue;
+    std::string_view entry_name;
+    nth_field(line, 0, &entry_name);
+    if (entry_name != wanted) continue;
+    std::string_view value;
+    const int id = nth_field(line, field, &value) ? parse_id(value) : -1;
+    if (id != -1) return id;
   }
   return -1;
 }

@@ -3,9 +3,9 @@
 #include "lib/array.h"
 
 #include <cstring>
-#include <new>
 #include <string_view>
 
+#include "lib/limits.h"
 #include "lib/log.h"
 #include "lib/strings.h"
 
@@ -13,22 +13,11 @@ namespace inst {
 
 namespace {
 
-// A new[] copy of text, or null when memory runs out.
-char* copy_text(std::string_view text) {
-  char* p = new (std::nothrow) char[text.size() + 1];
-  if (!p) return nullptr;
+// Appends a new[] copy of text; returns 1, or 0 when the array cannot grow.
+int add_copy(Array<char>* a, std::string_view text) {
+  char* p = new char[text.size() + 1];
   std::memcpy(p, text.data(), text.size());
   p[text.size()] = '\0';
-  return p;
-}
-
-// Appends a copy of text; returns 1, or 0 when the copy or the growth fails.
-int add_copy(Array<char>* a, std::string_view text) {
-  char* p = copy_text(text);
-  if (!p) {
-    array_alloc_error();
-    return 0;
-  }
   if (!array_add(a, p)) {
     delete[] p;
     return 0;
@@ -36,8 +25,9 @@ int add_copy(Array<char>* a, std::string_view text) {
   return 1;
 }
 
-// Size of the buffer a line is read into; a read takes at most one less.
-constexpr int kLineBuffer = 999;
+// Size of the buffer a line is read into: one place less than a line
+// buffer, on purpose, so a read takes at most 998 characters.
+constexpr int kLineBuffer = kLineSize - 1;
 
 }  // namespace
 
@@ -84,12 +74,8 @@ Array<char>* array_loadfile_ex(const char* path, int size, int block) {
   FILE* f = s_fopen(path, "r");
   if (!f) return nullptr;
   Array<char>* a = array_init<char>();
-  if (a) {
-    array_setup(a, size, block);
-    array_loadfile_do(a, f);
-  } else {
-    array_alloc_error();
-  }
+  array_setup(a, size, block);
+  array_loadfile_do(a, f);
   s_fclose(&f);
   return a;
 }

@@ -3,7 +3,9 @@
 // (texts with delete[], other elements with delete) and the *_fn operations
 // hand each element slot to a function of the caller's. A null element is
 // never stored. Every operation accepts a null array and then does nothing
-// and returns 0 or null.
+// and returns 0 or null. Slots that cannot be had are the one allocation
+// failure the array survives: it is logged as "Memory allocation error."
+// and the growth gives 0; any other failed allocation ends the program.
 #ifndef INSTALLER_LIB_ARRAY_H_
 #define INSTALLER_LIB_ARRAY_H_
 
@@ -22,8 +24,8 @@ struct Array {
   int32_t block = 10;    // slots added when the array is full
   int32_t items = 0;     // elements, in slots 0 .. items-1
   int32_t current = -1;  // index the next array_get() returns; -1 when none
-  int32_t lock = 0;      // reserved
-  int32_t locked = 0;    // reserved
+  int32_t lock = 0;      // reserved: 0 from creation on, used by no operation
+  int32_t locked = 0;    // reserved likewise
   std::vector<T*> data;  // size slots; those past items are null
 };
 
@@ -138,16 +140,20 @@ void array_alloc_error();
 
 namespace array_detail {
 
-// Resizes the slot vector to n, new slots null. Returns false when the
-// allocation fails.
+// Gives a n slots, the new ones null, and sets size to match: the one place
+// where either changes. This is the one place that survives running out of
+// memory: the failure is logged as "Memory allocation error." and false
+// returned, the array unchanged.
 template <typename T>
-bool resize_slots(std::vector<T*>& data, int32_t n) {
+bool resize_slots(Array<T>* a, int32_t n) {
   try {
-    data.resize(static_cast<size_t>(n), nullptr);
-    return true;
-  } catch (...) {
+    a->data.resize(static_cast<size_t>(n), nullptr);
+  } catch (const std::bad_alloc&) {
+    array_alloc_error();
     return false;
   }
+  a->size = n;
+  return true;
 }
 
 // True for an index that names an existing element.
@@ -160,7 +166,7 @@ bool valid_index(const Array<T>* a, int i) {
 
 template <typename T>
 Array<T>* array_init() {
-  return new (std::nothrow) Array<T>();
+  return new Array<T>();
 }
 
 template <typename T>
@@ -169,25 +175,17 @@ int alloc(Array<T>* a) {
   // A step that adds no slot (block 0 or below, or size+block 0) cannot make
   // room and counts as a failed growth, as does a size past the int range.
   const int64_t want = int64_t{a->size} + a->block;
-  if (want <= a->size || want > INT32_MAX ||
-      !array_detail::resize_slots(a->data, static_cast<int32_t>(want))) {
+  if (want <= a->size || want > INT32_MAX) {
     array_alloc_error();
     return 0;
   }
-  a->size = static_cast<int32_t>(want);
-  return 1;
+  return array_detail::resize_slots(a, static_cast<int32_t>(want)) ? 1 : 0;
 }
 
 template <typename T>
 void array_setup(Array<T>* a, int size, int block) {
   if (!a) return;
-  if (size > a->size) {
-    if (array_detail::resize_slots(a->data, size)) {
-      a->size = size;
-    } else {
-      array_alloc_error();
-    }
-  }
+  if (size > a->size) array_detail::resize_slots(a, size);
   a->block = block < 1 ? 5 : block;
 }
 
@@ -342,12 +340,7 @@ void array_free_fn(Array<T>** pa, void (*fn)(T**)) {
 template <typename T>
 Array<T>* array_copy(const Array<T>* a) {
   if (!a) return nullptr;
-  try {
-    return new Array<T>(*a);
-  } catch (...) {
-    array_alloc_error();
-    return nullptr;
-  }
+  return new Array<T>(*a);
 }
 
 template <typename T>

@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <new>
 #include <string>
 
 #include "lib/strings.h"
@@ -148,7 +147,7 @@ void bound_sizes(Conversion* c, size_t room, Kind kind, size_t text_length) {
 // Renders `value` through the directive with the C library, passing the '*'
 // values first, and copies the result into dst with scpy() bounded by room.
 // Returns the number of characters copied; 0 when the library refuses the
-// conversion or the temporary text cannot be allocated.
+// conversion. The temporary text is never longer than the room left.
 template <typename T>
 int render(char* dst, size_t room, const Conversion& c, const Directive& directive, T value) {
   const char* s = directive.text;
@@ -166,12 +165,7 @@ int render(char* dst, size_t room, const Conversion& c, const Directive& directi
   // gives the same leading characters as the unbounded text.
   size_t keep = static_cast<size_t>(length);
   if (keep > room - 1) keep = room - 1;
-  std::string text;
-  try {
-    text.resize(keep);
-  } catch (const std::bad_alloc&) {
-    return 0;
-  }
+  std::string text(keep, '\0');
   print(text.data(), keep + 1);
   return scpy(dst, text.c_str(), room > INT_MAX ? INT_MAX : static_cast<int>(room));
 }
@@ -254,11 +248,7 @@ int vsnprintf(char* buffer, size_t size, const char* format, va_list args) {
   va_list ap;
   va_copy(ap, args);
   size_t count = 0;
-  try {
-    walk(buffer, size, format, &ap, &count);
-  } catch (const std::bad_alloc&) {
-    // The walk stops where memory ran out; what was written so far stands.
-  }
+  walk(buffer, size, format, &ap, &count);
   va_end(ap);
   // Only plain characters can fill the buffer; it then has no terminator.
   if (count >= size) return -1;

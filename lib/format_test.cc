@@ -65,23 +65,44 @@ TEST(FormatTest, TextsDoublesAndUnknownLetters) {
 }
 
 TEST(FormatTest, OverflowCutsConversionsButPlainCharactersGiveMinusOne) {
-  // bytes: the buffer's first size+1 bytes afterwards, '#' where nothing was
-  // written; the last row's format ends inside a conversion.
+  // v vsnprintf, p lprintf and c lpcat (which hands the formatter one place
+  // less than is free) into size characters that hold `start`; bytes: the
+  // buffer's first size+1 bytes afterwards, '#' where nothing was written.
+  // The last 'v' row's format ends inside a conversion.
   static const struct {
-    size_t size;
+    char op;
+    const char* start;
+    int size;
     const char* format;
     const char* arg;
     int result;
     const char* bytes;
-  } rows[] = {{4, "%s", "abcdef", 3, "abc\0#"},   {3, "abcd", nullptr, -1, "abc#"},
-              {5, "ab%s", "cdefg", 4, "abcd\0#"}, {3, "%sxyz", "ab", -1, "abx#"},
-              {0, "x", nullptr, -1, "#"},         {6, "ab%-", "x", 2, "ab\0####"}};
+  } rows[] = {
+      {'v', "", 4, "%s", "abcdef", 3, "abc\0#"},
+      {'v', "", 3, "abcd", nullptr, -1, "abc#"},
+      {'v', "", 5, "ab%s", "cdefg", 4, "abcd\0#"},
+      {'v', "", 3, "%sxyz", "ab", -1, "abx#"},
+      {'v', "", 0, "x", nullptr, -1, "#"},
+      {'v', "", 6, "ab%-", "x", 2, "ab\0####"},
+      {'p', "", 5, "abcdefg", nullptr, 4, "abcd\0#"},
+      {'p', "", 1, "abc", nullptr, 0, "\0#"},
+      {'c', "ab", 6, "%s", "abcdef", 2, "abab\0##"},
+      {'c', "ab", 6, "cdefg", nullptr, 2, "abcd\0##"},
+      {'c', "ab", 6, "x", nullptr, 1, "abx\0###"},
+      {'c', "abcde", 6, "x", nullptr, 0, "abcde\0#"},
+  };
   for (const auto& row : rows) {
     char buffer[16];
     std::memset(buffer, '#', sizeof buffer);
-    EXPECT_EQ(fmt(buffer, row.size, row.format, row.arg), row.result) << row.format;
-    EXPECT_EQ(std::string(buffer, row.size + 1), std::string(row.bytes, row.size + 1))
-        << row.format << " size " << row.size;
+    if (*row.start) std::strcpy(buffer, row.start);
+    const size_t size = static_cast<size_t>(row.size);
+    const int n = row.op == 'p'   ? unchecked::lprintf(buffer, row.size, row.format, row.arg)
+                  : row.op == 'c' ? unchecked::lpcat(buffer, row.size, row.format, row.arg)
+                                  : fmt(buffer, size, row.format, row.arg);
+    const std::string label =
+        row.op + std::string(" ") + row.format + " size " + std::to_string(size);
+    EXPECT_EQ(n, row.result) << label;
+    EXPECT_EQ(std::string(buffer, size + 1), std::string(row.bytes, size + 1)) << label;
   }
   char buffer[4];
   EXPECT_EQ(inst::snprintf(nullptr, 4, "x"), 0);

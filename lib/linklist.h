@@ -9,7 +9,6 @@
 #define INSTALLER_LIB_LINKLIST_H_
 
 #include <cstdint>
-#include <new>
 
 #include "lib/array.h"
 
@@ -134,13 +133,8 @@ Node<T>* predecessor(Linklist<T>* l, Node<T>* n) {
 
 template <typename T>
 Linklist<T>* list_init() {
-  Linklist<T>* l = new (std::nothrow) Linklist<T>();
-  if (!l) return nullptr;
-  l->root = new (std::nothrow) Node<T>();
-  if (!l->root) {
-    delete l;
-    return nullptr;
-  }
+  Linklist<T>* l = new Linklist<T>();
+  l->root = new Node<T>();
   l->root->prev = l->root;
   l->current = l->root;
   return l;
@@ -149,8 +143,7 @@ Linklist<T>* list_init() {
 template <typename T>
 int list_add(Linklist<T>* l, T* p) {
   if (!l || !p) return 0;
-  Node<T>* n = new (std::nothrow) Node<T>();
-  if (!n) return 0;
+  Node<T>* n = new Node<T>();
   if (l->current != l->root && l->current->next && l->loose < INT32_MAX) l->loose++;
   n->prev = l->current;
   n->data = p;
@@ -279,13 +272,7 @@ template <typename T>
 Linklist<T>* list_copy(const Linklist<T>* l) {
   if (!l) return nullptr;
   Linklist<T>* copy = list_init<T>();
-  if (!copy) return nullptr;
-  for (const Node<T>* n = l->root->next; n; n = n->next) {
-    if (!list_add(copy, n->data)) {
-      list_free(&copy);
-      return nullptr;
-    }
-  }
+  for (const Node<T>* n = l->root->next; n; n = n->next) list_add(copy, n->data);
   copy->items = 0;  // left at 0 on purpose
   return copy;
 }

@@ -81,8 +81,8 @@ Log::~Log() {
 }
 
 Log* log_init(LogLevel level) {
-  Log* log = new (std::nothrow) Log();
-  if (log) log->Level = level;
+  Log* log = new Log();
+  log->Level = level;
   return log;
 }
 

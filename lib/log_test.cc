@@ -140,27 +140,5 @@ TEST_F(LogTest, FileKeepsTheFirst999CharactersOfALongPath) {
   EXPECT_EQ(log_->File, path.substr(0, 999));
 }
 
-// lprintf ('p') or lpcat ('c') of format into a buffer of size that holds
-// start, "%s" taking a text longer than every buffer here: the text left in
-// the buffer, '|' and the result.
-std::string Bounded(char op, int size, const char* start, const char* format) {
-  char buffer[32];
-  std::snprintf(buffer, sizeof buffer, "%s", start);
-  const int n = op == 'c' ? unchecked::lpcat(buffer, size, format, "abcdefghij")
-                          : unchecked::lprintf(buffer, size, format, "abcdefghij");
-  return std::string(buffer) + "|" + std::to_string(n);
-}
-
-TEST(LogFormatTest, LprintfAndLpcatCutTheirOverflow) {
-  EXPECT_EQ(Bounded('p', 5, "", "%s"), "abcd|4");
-  EXPECT_EQ(Bounded('p', 5, "", "abcdefg"), "abcd|4");
-  EXPECT_EQ(Bounded('p', 5, "", "ab"), "ab|2");
-  EXPECT_EQ(Bounded('p', 1, "", "abc"), "|0");
-  // lpcat hands the formatter one place less than is free.
-  EXPECT_EQ(Bounded('c', 6, "ab", "%s"), "abab|2");
-  EXPECT_EQ(Bounded('c', 6, "ab", "cdefg"), "abcd|2");
-  EXPECT_EQ(Bounded('c', 6, "ab", "x"), "abx|1");
-}
-
 }  // namespace
 }  // namespace inst

@@ -1,19 +1,12 @@
 // Path texts in caller buffers, and the program's name and directories.
 #include "lib/paths.h"
 
-#include <sys/stat.h>
-#include <time.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <climits>
 #include <cstdarg>
 #include <cstring>
-#include <new>
-#include <random>
 #include <string>
 
-#include "lib/log.h"
 #include "lib/strings.h"
 
 namespace inst {
@@ -60,27 +53,6 @@ void resolve_dots(char* buf) {
     }
   }
 }
-
-// A letter or digit from a generator started from the clock, the process
-// id and the system's random device when it has one.
-char random_name_char() {
-  static const char kChars[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
-  static std::mt19937_64 engine = [] {
-    unsigned long long start = static_cast<unsigned long long>(time(nullptr)) ^
-                               (static_cast<unsigned long long>(getpid()) << 32);
-    try {
-      std::random_device device;
-      start ^= (static_cast<unsigned long long>(device()) << 16) ^ device();
-    } catch (...) {
-      // Without a random device the clock and the process id must do.
-    }
-    return std::mt19937_64(start);
-  }();
-  return kChars[engine() % (sizeof kChars - 1)];
-}
-
-// Attempts at a fresh temporary name before giving up.
-constexpr int kTempAttempts = 1000;
 
 }  // namespace
 
@@ -141,7 +113,9 @@ char* attach_pathx(char* path, int size, ...) {
         path[n++] = Sep;
       }
     }
-    n += scpy(path + n, name, size - n);
+    // Each name gets the room left less one place, on purpose: size 6 holds
+    // "abcd" of "abcdef", and "ab/c" of "ab" and "cd".
+    n += scpy(path + n, name, size - n - 1);
   }
   va_end(args);
   path[n] = '\0';
@@ -233,22 +207,12 @@ char* exepath(char* buf, const char* argv0, int size) {
 }
 
 char* currentdir(char* buf, int size) {
-  if (buf == nullptr) return nullptr;
-  // The directory is read into a buffer of its own, grown as needed, so that
-  // one too deep for the caller's buffer leaves that buffer untouched.
-  std::string dir;
-  try {
-    dir.resize(PATH_MAX);
-    while (getcwd(dir.data(), dir.size()) == nullptr) {
-      if (errno != ERANGE) return nullptr;
-      dir.resize(dir.size() * 2);
-    }
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
-  size_t len = std::strlen(dir.c_str());
-  if (size < 1 || len > static_cast<size_t>(size) - 1) return nullptr;
-  std::memcpy(buf, dir.c_str(), len + 1);
+  if (buf == nullptr || size < 1) return nullptr;
+  // Read into a buffer of our own of the same size, so that a directory too
+  // deep for the caller's buffer leaves that buffer untouched.
+  std::string dir(static_cast<size_t>(size), '\0');
+  if (getcwd(dir.data(), dir.size()) == nullptr) return nullptr;
+  std::memcpy(buf, dir.c_str(), std::strlen(dir.c_str()) + 1);
   return buf;
 }
 
@@ -259,28 +223,5 @@ char* systemdir(char* buf, int size) {
 }
 
 char* windir(char* buf, int size) { return systemdir(buf, size); }
-
-char* tempfile(char* buf, int size, const char* dir, const char* templ) {
-  if (buf == nullptr) return nullptr;
-  if (size < 1) return buf;
-  char name[128];
-  scpy(name, templ ? templ : "XXXXXX", sizeof name);
-  size_t len = std::strlen(name);
-  size_t first_x = len;
-  while (first_x > 0 && name[first_x - 1] == 'X') --first_x;
-  for (int attempt = 0; attempt < kTempAttempts; ++attempt) {
-    for (size_t i = first_x; i < len; ++i) name[i] = random_name_char();
-    scpy(buf, dir, size);
-    if (attach_path(buf, name, size) == nullptr) break;
-    struct stat st;
-    if (lstat(buf, &st) != 0 && errno == ENOENT) {
-      dmsg("Tempfile made[%s]", buf);
-      return buf;
-    }
-    if (first_x == len) break;
-  }
-  buf[0] = '\0';
-  return nullptr;
-}
 
 }  // namespace inst

@@ -22,7 +22,9 @@ char* setsep(char* path, char sep);
 // or the result is empty.
 char* attach_path(char* path, const char* name, int size);
 // Joins each name in turn, up to a null one, without rewriting separators;
-// the first name is copied from the start of the buffer. Returns path.
+// the first name is copied from the start of the buffer. Each name is cut to
+// the room left less one place (size 6 keeps "abcd" of "abcdef"), on
+// purpose. Returns path.
 char* attach_pathx(char* path, int size, ...) __attribute__((sentinel));
 // Appends ext exactly as given, stopping at size-1 characters. Returns path,
 // or null when path is null or size is 0. A null ext appends nothing.
@@ -56,11 +58,6 @@ char* currentdir(char* buf, int size);
 char* systemdir(char* buf, int size);
 // Also "/etc", the same as systemdir() on purpose.
 char* windir(char* buf, int size);
-// A fresh, not yet existing file name in dir made from templ (at most 127
-// characters; "XXXXXX" when null) with its trailing run of X's replaced by
-// random letters and digits; logged at debug level. Returns buf, or null for
-// a null buf or when no fresh name is found (buf is then empty).
-char* tempfile(char* buf, int size, const char* dir, const char* templ);
 
 }  // namespace inst
 

@@ -1,16 +1,13 @@
 #include "lib/paths.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <cctype>
 #include <cstring>
 #include <filesystem>
 #include <string>
 #include <vector>
 
 #include "lib/strings.h"
-#include "tests/scratch.h"
 
 namespace inst {
 namespace {
@@ -60,8 +57,13 @@ TEST(PathsTest, JoinsWriteTheChosenSeparatorOrKeepTheNamesOwn) {
   EXPECT_STREQ(setsep(buffer, '/'), "a/b/c/d");
   EXPECT_EQ(attach_pathx(buffer, sizeof buffer, "a", "b/", "/c", "d", nullptr), buffer);
   EXPECT_STREQ(buffer, "a/b/c/d");  // the first name starts the buffer
+  // Each name gets the room left less one place: size 6 holds 4 characters.
+  attach_pathx(buffer, 6, "abcdef", nullptr);
+  EXPECT_STREQ(buffer, "abcd");
+  attach_pathx(buffer, 6, "ab", "cd", nullptr);
+  EXPECT_STREQ(buffer, "ab/c");
   attach_pathx(buffer, 6, "x\\", "y", "zzz", nullptr);
-  EXPECT_STREQ(buffer, "x\\y/z");
+  EXPECT_STREQ(buffer, "x\\y/");
 }
 
 // The parts of path, each cut to size where a size applies: strip_file's
@@ -115,22 +117,6 @@ TEST(PathsTest, ProgramAndWorkingDirectories) {
   EXPECT_EQ(currentdir(buffer, static_cast<int>(cwd.size())), nullptr);  // no room for the end
   EXPECT_STREQ(buffer, "unchanged");
   EXPECT_EQ(currentdir(buffer, static_cast<int>(cwd.size()) + 1), cwd);
-}
-
-using PathsDirTest = LoggedTest;
-
-TEST_F(PathsDirTest, TempfileGivesAFreshNameOrNone) {
-  char name[256];
-  ASSERT_EQ(tempfile(name, sizeof name, dir_.root().c_str(), "instXXXXXX"), name);
-  const std::string tail = std::string(name).substr(dir_.root().size());
-  EXPECT_TRUE(tail.starts_with("/inst") && tail.size() == 11 && !tail.ends_with("XXXXXX")) << name;
-  for (char c : tail.substr(5)) EXPECT_TRUE(std::isalnum(static_cast<unsigned char>(c))) << name;
-  EXPECT_NE(access(name, F_OK), 0);
-  EXPECT_EQ(LogLines("Debug"),
-            std::vector<std::string>{"Tempfile made[" + std::string(name) + "]"});
-  dir_.Write("taken", "");  // no X's to replace, and the name exists
-  EXPECT_EQ(tempfile(name, sizeof name, dir_.root().c_str(), "taken"), nullptr);
-  EXPECT_STREQ(name, "");
 }
 
 }  // namespace

@@ -3,12 +3,10 @@
 #include "lib/strings.h"
 
 #include <cctype>
+#include <charconv>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
-#include <new>
-
-#include "lib/format.h"
 
 namespace inst {
 
@@ -38,9 +36,6 @@ namespace {
 bool is_space(char c) { return std::isspace(static_cast<unsigned char>(c)) != 0; }
 
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
-
-// A new[] array of n characters, or null when it cannot be had.
-char* new_text(size_t n) { return new (std::nothrow) char[n]; }
 
 // The leading number as atoi reads it (blanks, a sign, digits), clamped to
 // the range of int instead of overflowing.
@@ -102,8 +97,8 @@ char* s_strstr(char* s, const char* find) {
 char* s_strdup(const char* s) {
   if (s == nullptr) return nullptr;
   size_t n = std::strlen(s) + 1;
-  char* copy = new_text(n);
-  if (copy) std::memcpy(copy, s, n);
+  char* copy = new char[n];
+  std::memcpy(copy, s, n);
   return copy;
 }
 
@@ -186,8 +181,8 @@ int scat(char* dst, const char* src, int size) {
 
 char* smake(const char* src, int n) {
   if (src == nullptr || n <= 0) return nullptr;
-  char* text = new_text(static_cast<size_t>(n) + 1);
-  if (text) scpy(text, src, n);
+  char* text = new char[static_cast<size_t>(n) + 1];
+  scpy(text, src, n);
   return text;
 }
 
@@ -217,8 +212,7 @@ char* sadd(char* s, const char* add) {
   if (add == nullptr) return s;
   size_t len = s ? std::strlen(s) : 0;
   size_t alen = std::strlen(add);
-  char* grown = new_text(len + alen + 1);
-  if (grown == nullptr) return s;
+  char* grown = new char[len + alen + 1];
   if (len) std::memcpy(grown, s, len);
   std::memcpy(grown + len, add, alen + 1);
   delete[] s;
@@ -356,8 +350,10 @@ int isfalse(const char* s) {
 }
 
 const char* number(int n) {
+  // Decimal digits as "%d" writes them; the text helpers stay below the
+  // formatter, which copies with scpy.
   static char string[50];
-  inst::snprintf(string, sizeof string, "%d", n);
+  *std::to_chars(string, string + sizeof string - 1, n).ptr = '\0';
   return string;
 }
 

@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstring>
-#include <new>
 
 #include "file/file.h"
 #include "ini/ini.h"
@@ -133,7 +132,7 @@ bool parse_question(Quest& quest, char* line) {
 // multiple of the step, the step's records from count on are emptied first,
 // also when a rejected line left the slot in use; a record reused without
 // that keeps what the rejected line set. The list only grows when it lacks
-// those records. May throw std::bad_alloc.
+// those records.
 void add_question(Questions* list, char* line) {
   const uint32_t at = list->count;
   if (at % kGrowStep == 0) {
@@ -201,8 +200,8 @@ bool directory_is_empty(const char* path) {
 }  // namespace
 
 Questions* quest_init(Ini* ini) {
-  Questions* list = new (std::nothrow) Questions();
-  if (list != nullptr) list->ini = ini;
+  Questions* list = new Questions();
+  list->ini = ini;
   return list;
 }
 
@@ -213,7 +212,7 @@ void quest_free(Questions** list) {
   *list = nullptr;
 }
 
-int quest_load(Questions* list, const char* file, const char* section) try {
+int quest_load(Questions* list, const char* file, const char* section) {
   if (list == nullptr || file == nullptr || section == nullptr) return 0;
   if (list->section && s_stricmp(list->section.get(), section) == 0) return 1;
   quest_clear(list);
@@ -242,11 +241,6 @@ int quest_load(Questions* list, const char* file, const char* section) try {
   }
   list->section.reset(s_strdup(section));
   return 1;
-} catch (const std::bad_alloc&) {
-  std::vector<Quest>().swap(list->list);
-  list->count = 0;
-  list->section.reset();
-  return 0;
 }
 
 void quest_clear(Questions* list) {
@@ -395,11 +389,7 @@ void quest_seterror(const char* format, ...) {
   } else {
     emsg("%s", text);
   }
-  try {
-    last_error = text;
-  } catch (const std::bad_alloc&) {
-    last_error.clear();
-  }
+  last_error = text;
   errno = saved;
 }
 

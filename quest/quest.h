@@ -84,7 +84,7 @@ struct Questions {
 };
 
 // A new empty list bound to ini (which may be null: then nothing is stored
-// and there are no defaults). Null when memory runs out.
+// and there are no defaults).
 Questions* quest_init(Ini* ini);
 // Clears and releases *list and sets *list to null. Null is accepted.
 void quest_free(Questions** list);

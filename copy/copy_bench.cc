@@ -1,0 +1,329 @@
+// Times copy scripts run through copy_process as an install runs them (the
+// installer's progress callbacks installed, a debug log flushed every line)
+// against the system tools doing the same work on the same trees: CopyDir of
+// 10,000 files of 4 KiB in 100 directories and CopyFile of one 256 MiB file
+// against "cp -r", Chmod and Chown of the tree against "chmod -R" and
+// "chown -R", and RmDir of it against "rm -rf". Each place (tmpfs and the
+// ordinary disk by default) gets its own trees; every round runs both
+// orders and compares the sums; the median ratio ours/theirs is printed.
+//
+// First it times the loading of scripts of 1,000 to 10,000 commands, with and
+// without a debug log, and fits the growth (it should be linear).
+//
+// Usage: copy_bench [--benchmark_... flags] [rounds [directory...]]
+// A round count of 0 times the loading only.
+#include <fcntl.h>
+#include <pwd.h>
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "benchmark/benchmark.h"
+#include "copy/copy.h"
+#include "ini/ini.h"
+#include "installer/installer.h"
+#include "lib/log.h"
+#include "tests/bench_trees.h"
+
+extern char** environ;
+
+namespace inst {
+namespace {
+
+namespace fs = std::filesystem;
+
+// A fresh directory under base, removed with everything in it at the end.
+struct TempDir {
+  explicit TempDir(const std::string& base) {
+    std::string pattern = base + "/copy_bench.XXXXXX";
+    if (mkdtemp(pattern.data()) != nullptr) path = pattern;
+  }
+  ~TempDir() {
+    std::error_code ignored;
+    if (!path.empty()) fs::remove_all(path, ignored);
+  }
+  std::string path;
+};
+
+// A script of `commands` lines of every kind of field, each source and
+// destination with a reference, some with control settings.
+std::string script_text(int commands) {
+  std::string text = "# generated\n[other]\nMkDir /x\n[install]\n";
+  const char* kinds[] = {"CopyFile $(dir)/src/f%d.txt *.bak $(dir)/dst flag yes\n",
+                         "CopyDir $(dir)/src/d%d - $(dir)/dst\n",
+                         "MkDir $(dir)/new/d%d\n",
+                         "RmFile $(dir)/old/f%d.* -\n",
+                         "Chmod $(dir)/bin/p%d - 755 flag\n",
+                         "Error flag Could not install part %d\n"};
+  char line[200];
+  for (int i = 0; i < commands; ++i) {
+    std::snprintf(line, sizeof line, kinds[i % 6], i);
+    text += line;
+  }
+  return text + "[upgrade]\nMkDir /y\n";
+}
+
+void LoadScript(benchmark::State& state, bool logging) {
+  const int commands = static_cast<int>(state.range(0));
+  TempDir dir("/tmp");
+  const std::string file = dir.path + "/install.cpy";
+  std::ofstream(file) << script_text(commands);
+  Log* log = log_init(logging ? LogDebug : LogError);
+  log_open(log, (dir.path + "/install.log").c_str());
+  log_set(log);
+  Ini* ini = ini_init();
+  const SettingList settings[] = {{"dir", "/opt/app", Ini_None}, {nullptr, nullptr, Ini_None}};
+  ini_setup(ini, settings, nullptr, 1);
+  for (auto _ : state) {
+    Copy* copy = copy_init(ini);
+    if (copy_load(copy, file.c_str(), "install") != 1 || copy_count(copy) != commands) {
+      state.SkipWithError("load failed");
+    }
+    copy_free(&copy);
+  }
+  state.SetComplexityN(commands);
+  state.SetItemsProcessed(state.iterations() * commands);
+  ini_free(&ini);
+  log_set(nullptr);
+  log_free(&log);
+}
+
+void BM_LoadScriptLogged(benchmark::State& state) { LoadScript(state, true); }
+void BM_LoadScriptQuiet(benchmark::State& state) { LoadScript(state, false); }
+
+BENCHMARK(BM_LoadScriptLogged)
+    ->RangeMultiplier(2)
+    ->Range(1250, 10000)
+    ->Unit(benchmark::kMillisecond)
+    ->Complexity(benchmark::oN);
+BENCHMARK(BM_LoadScriptQuiet)
+    ->RangeMultiplier(2)
+    ->Range(1250, 10000)
+    ->Unit(benchmark::kMillisecond)
+    ->Complexity(benchmark::oN);
+
+// Wall and processor time (this process and its waited-for children).
+struct Times {
+  double wall = 0;
+  double cpu = 0;
+};
+
+double cpu_now() {
+  double total = 0;
+  for (int who : {RUSAGE_SELF, RUSAGE_CHILDREN}) {
+    rusage usage;
+    getrusage(who, &usage);
+    total += usage.ru_utime.tv_sec + usage.ru_utime.tv_usec / 1e6;
+    total += usage.ru_stime.tv_sec + usage.ru_stime.tv_usec / 1e6;
+  }
+  return total;
+}
+
+// Runs work, adds its times to *sum, then flushes the file system's delayed
+// work outside the timing. Returns what work returned.
+bool timed(const std::function<bool()>& work, Times* sum) {
+  const double cpu = cpu_now();
+  const auto start = std::chrono::steady_clock::now();
+  const bool good = work();
+  sum->wall += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  sum->cpu += cpu_now() - cpu;
+  sync();
+  return good;
+}
+
+// Runs a system tool and waits for it; true when it exits with 0.
+bool tool(std::vector<std::string> args) {
+  std::vector<char*> argv;
+  for (std::string& a : args) argv.push_back(a.data());
+  argv.push_back(nullptr);
+  pid_t pid;
+  if (posix_spawnp(&pid, argv[0], nullptr, nullptr, argv.data(), environ) != 0) return false;
+  int status = 0;
+  return waitpid(pid, &status, 0) == pid && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+// Runs the one-command script `line` as an install does and checks that
+// the command handled `expected` files (0: any number).
+bool ours(Ini* ini, const std::string& root, const std::string& line, int expected) {
+  const std::string file = root + "/bench.cpy";
+  std::ofstream(file) << "[bench]\n" << line << "\n";
+  Copy* copy = copy_init(ini);
+  copy_setup(copy, printdot, printerror);
+  unsigned long files = 0;
+  unsigned long bytes = 0;
+  const bool good = copy_load(copy, file.c_str(), "bench") == 1 &&
+                    copy_process(copy, &files, &bytes, 1) == 1 &&
+                    (expected == 0 || files == static_cast<unsigned long>(expected));
+  copy_free(&copy);
+  if (!good) std::fprintf(stderr, "'%s' handled %lu files\n", line.c_str(), files);
+  return good;
+}
+
+// One operation timed both ways: prepare() runs untimed before each of the
+// two runs, mine() and theirs() are timed, clean() runs untimed after both.
+struct Race {
+  const char* name;
+  std::function<void()> prepare;
+  std::function<bool()> mine;
+  std::function<bool()> theirs;
+  std::function<void()> clean;
+};
+
+// The ratios ours/theirs of every round.
+struct Ratios {
+  std::vector<double> wall, cpu;
+};
+
+// Times one place; returns false when an operation went wrong.
+bool bench_place(const std::string& base, int rounds, const std::string& owner) {
+  TempDir dir(base);
+  if (dir.path.empty()) {
+    std::perror(base.c_str());
+    return false;
+  }
+  const std::string root = dir.path;
+  std::fprintf(stderr, "%s: building %d files of %zu bytes and one of %zu MiB...\n", root.c_str(),
+               bench::kDirs * bench::kFilesPerDir, bench::kSmallSize, bench::kBigSize >> 20);
+  bench::make_trees(root + "/src");
+  sync();
+
+  Log* log = log_init(LogDebug);
+  log_open(log, (root + "/install.log").c_str());
+  log_doflush(log, 1);
+  log_set(log);
+  Ini* ini = ini_init();
+  const std::string tree = root + "/tree";
+  const std::string mine = root + "/ours";
+  const std::string theirs = root + "/cp";
+  // The entries below "small": what CopyDir makes inside the copy of it.
+  const int small_files = bench::kDirs + bench::kDirs * bench::kFilesPerDir;
+  auto fresh = [&] {
+    fs::remove_all(mine);
+    fs::remove_all(theirs);
+    fs::create_directory(mine);
+    sync();
+  };
+  auto tree_copies = [&] {
+    fs::remove_all(mine);
+    fs::remove_all(theirs);
+    tool({"cp", "-r", root + "/src/small", mine});
+    tool({"cp", "-r", root + "/src/small", theirs});
+    sync();
+  };
+  auto nothing = [] {};
+  Race races[] = {
+      {"CopyDir", fresh,
+       [&] { return ours(ini, root, "CopyDir " + root + "/src/small - " + mine, small_files + 1); },
+       [&] {
+         return tool({"cp", "-r", root + "/src/small", theirs});
+       },
+       nothing},
+      {"CopyFile", fresh,
+       [&] { return ours(ini, root, "CopyFile " + root + "/src/big/big.bin - " + mine, 1); },
+       [&] {
+         return tool({"cp", "-r", root + "/src/big", theirs});
+       },
+       nothing},
+      {"Chmod", nothing,
+       [&] { return ours(ini, root, "Chmod " + tree + " - 755", small_files + 1); },
+       [&] {
+         return tool({"chmod", "-R", "755", tree});
+       },
+       nothing},
+      {"Chown", nothing,
+       [&] { return ours(ini, root, "Chown " + tree + " - " + owner, small_files + 1); },
+       [&] {
+         return tool({"chown", "-R", owner + ":" + owner, tree});
+       },
+       nothing},
+      {"RmDir", tree_copies, [&] { return ours(ini, root, "RmDir " + mine + " -", 0); },
+       [&] {
+         return tool({"rm", "-rf", theirs});
+       },
+       [&] {
+         fs::remove_all(mine);
+         fs::remove_all(theirs);
+       }},
+  };
+
+  // The progress dots go where an unattended install's output might: nowhere.
+  std::fflush(stdout);
+  const int saved_stdout = dup(STDOUT_FILENO);
+  const int null_fd = open("/dev/null", O_WRONLY);
+  dup2(null_fd, STDOUT_FILENO);
+  close(null_fd);
+
+  bool good = tool({"cp", "-r", root + "/src/small", tree});
+  Ratios ratios[std::size(races)];
+  for (size_t r = 0; r < std::size(races); ++r) {
+    const Race& race = races[r];
+    for (int round = 0; round < rounds; ++round) {
+      // Which side goes first after a removal matters on disk, so every
+      // round runs both orders on fresh destinations and compares the sums.
+      Times t_mine, t_theirs;
+      for (int order = 0; order < 2; ++order) {
+        race.prepare();
+        if (order == 0) {
+          good = timed(race.mine, &t_mine) && good;
+          good = timed(race.theirs, &t_theirs) && good;
+        } else {
+          good = timed(race.theirs, &t_theirs) && good;
+          good = timed(race.mine, &t_mine) && good;
+        }
+        race.clean();
+      }
+      ratios[r].wall.push_back(t_mine.wall / t_theirs.wall);
+      ratios[r].cpu.push_back(t_mine.cpu / t_theirs.cpu);
+      std::fprintf(stderr, "  round %d %-8s ours %.3f s (cpu %.3f)  tool %.3f s (cpu %.3f)  %.3f\n",
+                   round + 1, race.name, t_mine.wall, t_mine.cpu, t_theirs.wall, t_theirs.cpu,
+                   t_mine.wall / t_theirs.wall);
+    }
+  }
+  std::fflush(stdout);
+  dup2(saved_stdout, STDOUT_FILENO);
+  close(saved_stdout);
+
+  std::printf("%s: median ratio ours/tool over %d rounds:", base.c_str(), rounds);
+  for (size_t r = 0; r < std::size(races); ++r) {
+    std::printf(" %s %.3f (cpu %.3f);", races[r].name, bench::median(ratios[r].wall),
+                bench::median(ratios[r].cpu));
+  }
+  std::printf("\n");
+  if (!good) std::printf("%s: an operation failed\n", base.c_str());
+  ini_free(&ini);
+  log_set(nullptr);
+  log_free(&log);
+  return good;
+}
+
+}  // namespace
+}  // namespace inst
+
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  const int rounds = argc > 1 ? std::max(0, std::atoi(argv[1])) : 5;
+  std::vector<std::string> places;
+  for (int i = 2; i < argc; ++i) places.push_back(argv[i]);
+  if (places.empty()) places = {"/dev/shm", "/var/tmp"};
+  const passwd* me = getpwuid(geteuid());
+  const std::string owner = me != nullptr ? me->pw_name : "root";
+  bool good = true;
+  for (int i = 0; rounds > 0 && i < static_cast<int>(places.size()); ++i) {
+    good = inst::bench_place(places[static_cast<size_t>(i)], rounds, owner) && good;
+  }
+  return good ? 0 : 1;
+}
