@@ -10,28 +10,53 @@ bool same(char a, char b, int case_sensitive) {
   return case_sensitive ? a == b : fold(a) == fold(b);
 }
 
+// Whether text character c matches the pattern character that follows a
+// run of stars, which is taken literally, even a '?'.
+bool literal(char c, char w, int case_sensitive) {
+  return w == '?' ? c == '?' : same(c, w, case_sensitive);
+}
+
+// Moves *t to the first position at or after it whose character matches the
+// pattern character w literally. Returns false when there is none.
+bool next_candidate(const char** t, const char* te, char w, int case_sensitive) {
+  while (*t < te && !literal(**t, w, case_sensitive)) ++*t;
+  return *t < te;
+}
+
 // Matches text [t, te) against pattern [w, we). Works on ranges so that the
 // list forms can match items in place without copying them.
+//
+// A mismatch goes back only to the latest run of stars and tries its next
+// candidate. Earlier runs need no retry: moving one of them on can only
+// move every later part of the pattern further right, where the latest run
+// could reach as well. So the time grows with text times pattern length,
+// never exponentially with the number of stars.
 int match(const char* t, const char* te, const char* w, const char* we, int case_sensitive) {
-  while (w < we) {
-    if (t == te && *w != '*') return 0;
-    if (*w == '*') {
+  const char* star_w = nullptr;  // the pattern character after the latest stars
+  const char* star_t = nullptr;  // the text position it matched last
+  for (;;) {
+    if (w < we && *w == '*') {
       while (w < we && *w == '*') ++w;
       if (w == we) return 1;
-      if (t == te) return 0;
-      // The character after the stars is looked for literally, even a '?'.
-      // Positions equal after folding count as candidates in both forms; the
-      // recursive call rejects a mere case match in the case-sensitive form.
-      for (; t < te; ++t) {
-        if (fold(*t) == fold(*w) && match(t, te, w, we, case_sensitive)) return 1;
-      }
-      return 0;
+      star_w = w;
+      star_t = t;
+      if (!next_candidate(&star_t, te, *star_w, case_sensitive)) return 0;
+      t = star_t + 1;
+      w = star_w + 1;
+      continue;
     }
-    if (*w != '?' && !same(*t, *w, case_sensitive)) return 0;
-    ++t;
-    ++w;
+    if (w == we && t == te) return 1;
+    if (w < we && t < te && (*w == '?' || same(*t, *w, case_sensitive))) {
+      ++t;
+      ++w;
+      continue;
+    }
+    if (star_w == nullptr) return 0;
+    ++star_t;
+    if (!next_candidate(&star_t, te, *star_w, case_sensitive)) return 0;
+    t = star_t + 1;
+    w = star_w + 1;
   }
-  return t == te ? 1 : 0;
 }
 
 const char* end_of(const char* s) {

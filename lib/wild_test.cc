@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <string>
+#include <vector>
+
+#include "lib/strings.h"
 
 namespace inst {
 namespace {
@@ -34,6 +38,56 @@ TEST(WildTest, RecursionFollowsStarGroupsNotTextLength) {
   text += 'b';
   EXPECT_EQ(wild_match(text.c_str(), "*a*b"), 1);
   EXPECT_EQ(wild_match(text.c_str(), "*c"), 0);
+}
+
+// The matching rule written as plainly as possible, trying every place a
+// run of stars could end: exponential, but fine for short texts.
+bool Plain(const char* t, const char* w, bool exact) {
+  auto same = [exact](char a, char b) { return exact ? a == b : fold(a) == fold(b); };
+  if (*w == '\0') return *t == '\0';
+  if (*w == '*') {
+    while (*w == '*') ++w;
+    if (*w == '\0') return true;
+    for (; *t != '\0'; ++t) {
+      const bool literal = *w == '?' ? *t == '?' : same(*t, *w);
+      if (literal && Plain(t + 1, w + 1, exact)) return true;
+    }
+    return false;
+  }
+  return *t != '\0' && (*w == '?' || same(*t, *w)) && Plain(t + 1, w + 1, exact);
+}
+
+// Every text and pattern up to `most` characters long over `alphabet`.
+std::vector<std::string> AllWords(const std::string& alphabet, size_t most) {
+  std::vector<std::string> words = {""};
+  for (size_t i = 0; i < words.size(); ++i) {
+    if (words[i].size() == most) continue;
+    for (char c : alphabet) words.push_back(words[i] + c);
+  }
+  return words;
+}
+
+TEST(WildTest, AgreesWithThePlainRuleOnEveryShortTextAndPattern) {
+  for (const std::string& text : AllWords("aA?b", 4)) {
+    for (const std::string& wild : AllWords("aA?*", 5)) {
+      ASSERT_EQ(wmatch(text.c_str(), wild.c_str(), 1), Plain(text.c_str(), wild.c_str(), true))
+          << text << " ~ " << wild;
+      ASSERT_EQ(wmatch(text.c_str(), wild.c_str(), 0), Plain(text.c_str(), wild.c_str(), false))
+          << text << " ~i " << wild;
+    }
+  }
+}
+
+TEST(WildTest, ManyStarRunsThatFailEndQuickly) {
+  // Trying every combination of places for the stars would take ages here.
+  const std::string text(200, 'a');
+  std::string wild;
+  for (int i = 0; i < 40; ++i) wild += "*a";
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(wild_match(text.c_str(), (wild + "*b").c_str()), 0);
+  EXPECT_EQ(wild_imatch(text.c_str(), (wild + "A").c_str()), 1);
+  EXPECT_EQ(wild_list(text.c_str(), (wild + "?b," + wild + "x").c_str()), 0);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
 }
 
 // wild_list and wild_ilist of the same lists, as two digits.
