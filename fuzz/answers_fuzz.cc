@@ -35,8 +35,7 @@ const inst::SettingList kSettings[] = {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using namespace inst;
-  static const bool quiet = fuzz::QuietLog();
-  (void)quiet;
+  fuzz::QuietLog();
   static Questions* const list = [] {
     Questions* loaded = quest_init(nullptr);
     const std::string path = fuzz::WriteInput("check.q", kQuestions);

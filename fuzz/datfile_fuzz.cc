@@ -6,8 +6,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using namespace inst;
-  static const bool quiet = fuzz::QuietLog();
-  (void)quiet;
+  fuzz::QuietLog();
   const std::string path =
       fuzz::WriteInput("setup.dat", {reinterpret_cast<const char*>(data), size});
   Ini* ini = ini_init();

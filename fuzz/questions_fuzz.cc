@@ -8,8 +8,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using namespace inst;
-  static const bool quiet = fuzz::QuietLog();
-  (void)quiet;
+  fuzz::QuietLog();
   const std::string path = fuzz::WriteInput("setup.q", {reinterpret_cast<const char*>(data), size});
   static const SettingList settings[] = {{"dir", "/tmp", Ini_None},
                                          {"yes", "on", Ini_None},

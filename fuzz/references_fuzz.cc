@@ -2,31 +2,32 @@
 // ini_replace(), the next lines ("name value", at most 64) declare settings
 // that may be substituted, and the last line is the text to expand. The
 // store's own values are expanded by ini_process(), then the text and every
-// value by ini_replace().
+// value by ini_replace() and by the copy script's replace_vars().
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "copy/copy.h"
 #include "fuzz/fuzz_input.h"
 #include "ini/ini.h"
 #include "lib/limits.h"
 
 namespace {
 
-// Expands text into a buffer of exactly bfsz bytes, so that a write past it
-// is caught.
-void Replace(inst::Ini* ini, const char* text, unsigned bfsz) {
+// Expands text with both expanders, ini_replace() into a buffer of exactly
+// bfsz bytes, so that a write past it is caught.
+void Replace(const inst::Copy* copy, const char* text, unsigned bfsz) {
   std::unique_ptr<char[]> buffer(new char[bfsz]);
   buffer[0] = '\0';
-  inst::ini_replace(ini, text, buffer.get(), bfsz);
+  inst::ini_replace(copy->ini, text, buffer.get(), bfsz);
+  std::unique_ptr<char[]> expanded(inst::replace_vars(copy, text));
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using namespace inst;
-  static const bool quiet = fuzz::QuietLog();
-  (void)quiet;
+  fuzz::QuietLog();
   fuzz::Reader in(data, size);
   const uint8_t pick = in.Byte();
   const unsigned bfsz = pick < 128 ? pick % 32 + 1u : static_cast<unsigned>(kLineSize);
@@ -54,10 +55,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Ini* ini = ini_init();
   ini_setup(ini, table.data(), nullptr, 1);
   ini_process(ini);
-  Replace(ini, text.c_str(), bfsz);
+  Copy* copy = copy_init(ini);
+  Replace(copy, text.c_str(), bfsz);
   for (int32_t i = 0; i < ini_items(ini); ++i) {
-    if (const char* value = ini_value(ini, i)) Replace(ini, value, bfsz);
+    if (const char* value = ini_value(ini, i)) Replace(copy, value, bfsz);
   }
+  copy_free(&copy);
   ini_free(&ini);
   return 0;
 }
