@@ -337,6 +337,44 @@ TEST(DeepDirectoryTest, FilesAreNamedRelativeToTheWorkingDirectory) {
   EXPECT_EQ(log[0], "Info: Log file opened in 'setup.log'");
 }
 
+// example/try with the built program: the example product installs
+// unattended into a fresh directory under TMPDIR, and says where.
+TEST(ExampleTest, TryInstallsTheGuestbookUnattended) {
+  ScratchDir tmp, capture;
+  ASSERT_TRUE(tmp.ok() && capture.ok());
+  setenv("INSTALL_PROGRAM", INSTALL_PROGRAM, 1);
+  setenv("TMPDIR", tmp.root().c_str(), 1);
+  const Outcome run = RunProgram("/bin/sh", {std::string(SOURCE_ROOT) + "/example/try"}, tmp.root(),
+                                 fs::path(), capture.root());
+  unsetenv("INSTALL_PROGRAM");
+  unsetenv("TMPDIR");
+
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.err, "");
+  std::vector<fs::path> made;
+  for (const auto& entry : fs::directory_iterator(tmp.root())) made.push_back(entry.path());
+  ASSERT_EQ(made.size(), 1u) << run.out;
+  const fs::path dir = made[0];
+  EXPECT_NE(run.out.find("[Install]\nCopying files["), std::string::npos) << run.out;
+  EXPECT_NE(run.out.find("Ran in " + dir.string() + ": the product went to " + dir.string() +
+                         "/guestbook"),
+            std::string::npos)
+      << run.out;
+  EXPECT_EQ(Listing(dir / "guestbook", "", "-"),
+            "VERSION\ncgi-bin/\ncgi-bin/gb-count.cgi\ncgi-bin/gb-list.cgi\ncgi-bin/gb-sign.cgi\n"
+            "cgi-bin/gb-where\ndata/\ndata/entries.txt\netc/\netc/guestbook.conf\n"
+            "etc/refused.txt\netc/title\nhtdocs/\nhtdocs/help/\nhtdocs/help/about.html\n"
+            "htdocs/index.html\nhtdocs/style.css\n");
+  // The answers reached the files the copy script wrote, and its modes.
+  EXPECT_EQ(ReadFile(dir / "guestbook/cgi-bin/gb-where"),
+            "# Where the Guestbook's settings are; read by the CGI programs beside it.\n"
+            "conf='" +
+                dir.string() + "/guestbook/etc/guestbook.conf'\n");
+  EXPECT_EQ(ReadFile(dir / "guestbook/VERSION"), "1.2");
+  EXPECT_EQ(fs::status(dir / "guestbook/cgi-bin/gb-sign.cgi").permissions() & fs::perms::all,
+            fs::perms(0755));
+}
+
 std::string TestName(const testing::TestParamInfo<std::string>& info) {
   std::string name = info.param;
   std::replace_if(
