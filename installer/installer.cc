@@ -522,8 +522,9 @@ void copy_stage(Ini* ini, const RunKind& kind) {
 }
 
 // One run: the heading, the questions, and unless they failed or were quit,
-// the copy script.
+// the copy script. Without a store nothing happens and the run fails.
 int run_action(Ini* ini, const RunKind& kind) {
+  if (ini == nullptr) return FAILED;
   std::printf("[%s]\n", kind.heading);
   const int result = question_stage(ini, kind);
   if (result == SUCEEDED) copy_stage(ini, kind);

@@ -115,7 +115,8 @@ void menu_loop(Ini* ini, int action);
 // Returns QUIT when the user quit, FAILED when the questions could not be
 // loaded ("Error loading questions" logged; also when a file's path would
 // not fit in 255 characters) or failed, else SUCEEDED, also when the copy
-// script failed or was missing.
+// script failed or was missing. Without a store a run does nothing and
+// returns FAILED.
 int install_product(Ini* ini);
 int upgrade_product(Ini* ini);
 int remove_product(Ini* ini);
