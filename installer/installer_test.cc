@@ -65,6 +65,15 @@ TEST_F(InstallerTest, MenuNamesTheProduct) {
             "\n1. Install Widget\n2. Upgrade Widget\n3. Remove Widget\n4. Exit\n");
 }
 
+TEST_F(InstallerTest, RunsWithoutAStoreDoNothing) {
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(install_product(nullptr), FAILED);
+  EXPECT_EQ(upgrade_product(nullptr), FAILED);
+  EXPECT_EQ(remove_product(nullptr), FAILED);
+  EXPECT_EQ(do_special(nullptr), FAILED);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+
 // Probes evaluated into a store declared as a data file would declare it,
 // with a stand-in for web server discovery.
 class ProbeTest : public LoggedTest {

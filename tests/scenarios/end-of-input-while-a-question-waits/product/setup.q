@@ -1,0 +1,3 @@
+[install]
+Text  user_name  -  -  NAME  Your name
+Text  company    -  -  FIRM  Your company

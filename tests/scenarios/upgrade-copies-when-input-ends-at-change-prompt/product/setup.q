@@ -1,0 +1,2 @@
+[upgrade]
+DirExist  dest  -  -  DEST  Upgrade $(product) to $(version) in which directory
