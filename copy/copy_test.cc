@@ -64,13 +64,11 @@ void CountFailure(const char*, const char*, int) { ++failures; }
 // Works inside the scratch directory with a store holding "dir" (out),
 // "yes", "no", "owner" (a reference left for execution time), "user",
 // "big" (9500 characters) and "flag" (no value).
-class CopyTest : public LoggedTest {
+class CopyTest : public InScratchTest {
  protected:
   void SetUp() override {
-    LoggedTest::SetUp();
+    InScratchTest::SetUp();
     if (HasFatalFailure()) return;
-    home_ = fs::current_path();
-    fs::current_path(dir_.root());
     static const std::string big(9500, 'b');
     const SettingList settings[] = {{"dir", "out", Ini_None},     {"yes", "yes", Ini_None},
                                     {"no", "no", Ini_None},       {"owner", "$(user)", Ini_None},
@@ -82,8 +80,7 @@ class CopyTest : public LoggedTest {
   void TearDown() override {
     copy_free(&copy_);
     ini_free(&ini_);
-    if (!home_.empty()) fs::current_path(home_);
-    LoggedTest::TearDown();
+    InScratchTest::TearDown();
   }
   int Load(const std::string& text) {
     dir_.Write("install.cpy", text);
@@ -99,7 +96,6 @@ class CopyTest : public LoggedTest {
     return std::find(lines.begin(), lines.end(), line) != lines.end();
   }
 
-  fs::path home_;
   Ini* ini_ = ini_init();
   Copy* copy_ = copy_init(ini_);
 };

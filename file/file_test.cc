@@ -63,23 +63,14 @@ std::string Scan(const std::string& dir, const char* wild) {
   return Sorted(names);
 }
 
-// Runs inside the scratch directory, so that paths and the texts naming them
-// are short and relative.
-class FileTest : public LoggedTest {
+class FileTest : public InScratchTest {
  protected:
   void SetUp() override {
-    LoggedTest::SetUp();
+    InScratchTest::SetUp();
     if (HasFatalFailure()) return;
-    home_ = fs::current_path();
-    fs::current_path(dir_.root());
     calls.clear();
     file_setup_fn(on_ok, on_fail);
   }
-  void TearDown() override {
-    if (!home_.empty()) fs::current_path(home_);
-    LoggedTest::TearDown();
-  }
-  fs::path home_;
 };
 
 TEST_F(FileTest, ScanFiltersNamesCaseSensitivelyAndKeepsLinksUnfollowed) {

@@ -80,6 +80,26 @@ class LoggedTest : public testing::Test {
   Log* log_ = nullptr;
 };
 
+// A LoggedTest that runs inside its scratch directory, so that paths and the
+// texts naming them are short and relative; the working directory is given
+// back at the end.
+class InScratchTest : public LoggedTest {
+ protected:
+  void SetUp() override {
+    LoggedTest::SetUp();
+    if (HasFatalFailure()) return;
+    home_ = std::filesystem::current_path();
+    std::filesystem::current_path(dir_.root());
+  }
+  void TearDown() override {
+    if (!home_.empty()) std::filesystem::current_path(home_);
+    LoggedTest::TearDown();
+  }
+
+ private:
+  std::filesystem::path home_;
+};
+
 }  // namespace inst
 
 #endif  // INSTALLER_TESTS_SCRATCH_H_
