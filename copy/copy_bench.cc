@@ -33,7 +33,7 @@
 #include "benchmark/benchmark.h"
 #include "copy/copy.h"
 #include "ini/ini.h"
-#include "installer/installer.h"
+#include "installer/runs.h"
 #include "lib/log.h"
 #include "tests/bench_trees.h"
 

@@ -1,0 +1,109 @@
+#include "installer/menu.h"
+
+#include <cstdio>
+
+#include "installer/installer.h"
+#include "installer/runs.h"
+#include "lib/input.h"
+#include "lib/limits.h"
+#include "lib/strings.h"
+
+namespace inst {
+namespace {
+
+const char kRule[] = "======================================================\n";
+
+const char* product_name(Ini* ini) {
+  const char* name = ini_value_name(ini, "product");
+  return name != nullptr ? name : "NONAME";
+}
+
+}  // namespace
+
+void print_header(Ini* ini) {
+  std::printf("%s", kRule);
+  std::printf("             Welcome to the %s installer\n", product_name(ini));
+  std::printf(" You will be asked a series of questions, for each a\n");
+  std::printf(" default answer will be provided (thus), to accept the\n");
+  std::printf(" default simply press <enter>, otherwise enter a new\n");
+  std::printf(" answer and press <enter>\n");
+  std::printf("%s", kRule);
+}
+
+void print_menu(Ini* ini) {
+  const char* name = product_name(ini);
+  std::printf("\n");
+  std::printf("1. Install %s\n", name);
+  std::printf("2. Upgrade %s\n", name);
+  std::printf("3. Remove %s\n", name);
+  std::printf("4. Exit\n");
+}
+
+void print_blurb(Ini* ini) {
+  OpenFile blurb(s_fopen("blurb.txt", "r"));
+  if (blurb.f == nullptr) return;
+  std::printf("\n");
+  char line[kLineSize];
+  char out[kLineSize];
+  while (std::fgets(line, sizeof line, blurb.f) != nullptr) {
+    out[0] = '\0';
+    ini_replace(ini, s_strtrm(line), out, sizeof out);
+    std::printf("%s\n", out);
+  }
+}
+
+int suggested_action(Ini* ini) {
+  return s_strcmp(ini_value_name(ini, "action"), "upgrade") == 0 ? 2 : 1;
+}
+
+void menu_loop(Ini* ini, int action) {
+  char reply[kLineSize];
+  for (int finished = 0; !finished;) {
+    int choice;
+    if (special_mode != nullptr) {
+      choice = 5;
+    } else {
+      print_menu(ini);
+      if (automate) {
+        std::printf("\n");
+        choice = action;
+      } else {
+        std::printf("\nWhat would you like to do[%d]? ", action);
+        if (!read_reply(reply, sizeof reply, stdin)) return;
+        const char* text = s_strtrm(reply);
+        choice = *text == '\0' ? action : s_atoi(text);
+      }
+    }
+    switch (choice) {
+      case 1: {
+        const int result = install_product(ini);
+        if (result != SW_TO_UPGRADE && result != QUIT) {
+          // Shown after a failed install too, on purpose.
+          print_blurb(ini);
+          finished = 1;
+        }
+        break;
+      }
+      case 2: {
+        const int result = upgrade_product(ini);
+        finished = result != SW_TO_INSTALL && result != QUIT;
+        break;
+      }
+      case 3:
+        finished = remove_product(ini) != QUIT;
+        break;
+      case 4:
+        finished = 1;
+        break;
+      case 5:
+        do_special(ini);
+        finished = 1;
+        break;
+      default:
+        std::printf("That is not a recognised option, please try again\n");
+        break;
+    }
+  }
+}
+
+}  // namespace inst

@@ -1,0 +1,28 @@
+// What the user sees around the runs: the welcome banner, the menu and its
+// loop, and the text shown after an install.
+#ifndef INSTALLER_INSTALLER_MENU_H_
+#define INSTALLER_INSTALLER_MENU_H_
+
+#include "ini/ini.h"
+
+namespace inst {
+
+// The welcome banner, naming the product ("NONAME" without one).
+void print_header(Ini* ini);
+// The menu of the four visible entries.
+void print_menu(Ini* ini);
+// Prints blurb.txt from the working directory with setting references
+// replaced; nothing when the file cannot be opened.
+void print_blurb(Ini* ini);
+// The menu entry to suggest: 2 when the setting "action" is exactly
+// "upgrade", else 1.
+int suggested_action(Ini* ini);
+// Shows the menu and carries out choices until one ends the program:
+// `action` is the suggested entry, taken on an empty reply and under
+// -automate; -special runs the special section once without a menu. End of
+// input at the prompt counts as Exit.
+void menu_loop(Ini* ini, int action);
+
+}  // namespace inst
+
+#endif  // INSTALLER_INSTALLER_MENU_H_

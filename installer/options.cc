@@ -1,0 +1,42 @@
+#include "installer/options.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "installer/installer.h"
+#include "lib/strings.h"
+
+namespace inst {
+namespace {
+
+const char kVersion[] = "1.0d";
+
+}  // namespace
+
+void process_args(Log* log, char** argv, int argc) {
+  if (argv == nullptr) return;
+  for (int i = 1; i < argc; ++i) {
+    const char* word = argv[i];
+    if (s_strcmp(word, "-debug") == 0) {
+      // The log starts at debug level already; the option is kept for scripts.
+      log_set_level(log, LogDebug);
+      imsg("Logging set to debug");
+    } else if (s_strcmp(word, "-version") == 0) {
+      std::printf("Installer version %s\n", kVersion);
+      std::exit(0);
+    } else if (s_strcmp(word, "-automate") == 0) {
+      imsg("Automated install/upgrade...");
+      automate = 1;
+    } else if (s_strcmp(word, "-special") == 0) {
+      if (i == argc - 1) {
+        std::printf("Usage: install -special <tag>\n");
+        std::exit(1);
+      }
+      delete[] special_mode;
+      special_mode = s_strdup(argv[++i]);
+      imsg("Special mode [%s]", special_mode);
+    }
+  }
+}
+
+}  // namespace inst

@@ -1,0 +1,20 @@
+#include "installer/runs.h"
+
+#include <gtest/gtest.h>
+
+#include "installer/installer.h"
+
+namespace inst {
+namespace {
+
+TEST(RunsTest, RunsWithoutAStoreDoNothing) {
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(install_product(nullptr), FAILED);
+  EXPECT_EQ(upgrade_product(nullptr), FAILED);
+  EXPECT_EQ(remove_product(nullptr), FAILED);
+  EXPECT_EQ(do_special(nullptr), FAILED);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+
+}  // namespace
+}  // namespace inst
