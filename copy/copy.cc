@@ -383,7 +383,11 @@ int copy_load(Copy* copy, const char* file, const char* section) {
   copy->count = 0;
   bool in_section = false;
   char buffer[kLineSize];
+  int line_number = 0;
+  bool line_ended = true;  // the last piece read ended its line
   while (std::fgets(buffer, sizeof buffer, in.f) != nullptr) {
+    if (line_ended) ++line_number;
+    line_ended = std::strchr(buffer, '\n') != nullptr;
     char* line = s_strtrm(buffer);
     if (*line == '\0' || *line == '#') continue;
     if (*line == '[') {
@@ -394,6 +398,7 @@ int copy_load(Copy* copy, const char* file, const char* section) {
     if (!in_section) continue;
     dmsg("Process .cpy file line [%s]", line);
     CCmd cmd;
+    cmd.line = line_number;
     if (!parse_line(line, &cmd)) continue;
     if (copy->ini != nullptr) substitute(copy, &cmd);
     copy->list.push_back(std::move(cmd));

@@ -44,6 +44,10 @@ struct CCmd {
   std::unique_ptr<char[]> control;      // name of the controlling setting
   std::unique_ptr<char[]> control_cmp;  // setting name or literal to compare with
   CType type = Cpy;
+  // The line of the script the command stands on, from 1. A line longer
+  // than the reader's line size is read in pieces, each a command of its
+  // own, and all of them carry the line they came from.
+  int line = 0;
 };
 
 // A loaded section of a copy script.

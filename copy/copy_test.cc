@@ -140,6 +140,13 @@ TEST_F(CopyTest, LoaderSelectsTheSectionTakesEachTypesFieldsAndExpandsPaths) {
     }
     EXPECT_EQ(records, row.records);
   }
+  // Every command carries the line it stands on; so do both pieces of a
+  // line longer than the reader's line size.
+  Load("[install]\n\nMkDir a\nMkDir " + std::string(993, 'b') + "MkDir x\nMkDir c\n");
+  std::string lines;
+  for (const CCmd& cmd : copy_->list) lines += std::to_string(cmd.line) + ",";
+  EXPECT_EQ(lines, "3,4,4,5,");
+
   std::unique_ptr<char[]> tail(replace_vars(copy_, ("$(dir)" + std::string(9500, 't')).c_str()));
   EXPECT_EQ(tail.get(), "out" + std::string(8999, 't'));
   EXPECT_EQ(replace_vars(copy_, "no reference"), nullptr);
