@@ -1,10 +1,10 @@
 #include "installer/report.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <nlohmann/json.hpp>
 
@@ -24,8 +24,9 @@ json optional_text(const std::optional<std::string>& text) {
 std::string utc(std::time_t t) {
   struct tm parts = {};
   char text[32] = "";
-  if (gmtime_r(&t, &parts) != nullptr)
+  if (gmtime_r(&t, &parts) != nullptr) {
     std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
+  }
   return text;
 }
 
@@ -45,8 +46,9 @@ json copy_part(const RunRecord& run) {
           {"failed_files", files}};
 }
 
-// A temporary name beside path, made into a new file open for writing.
-// Returns its descriptor, or -1 with errno set.
+// Makes a new file with a fresh name beside path (path and six more
+// characters), readable by its owner only, and stores its name in *temp.
+// Returns its descriptor open for writing, or -1 with errno set.
 int make_beside(const char* path, std::string* temp) {
   *temp = std::string(path) + ".XXXXXX";
   return mkstemp(temp->data());
