@@ -497,13 +497,17 @@ int copy_process(Copy* copy, unsigned long* files, unsigned long* bytes, int sto
   if (copy == nullptr) return 0;
   if (files != nullptr) *files = 0;
   if (bytes != nullptr) *bytes = 0;
+  copy->failed.clear();
   imsg("Processing copy script...");
   for (int i = 0; const CCmd* cmd = command(copy, i); ++i) {
     dmsg("Processing [%d:%s->%s,%s,%s,%s]", static_cast<int>(cmd->type), str(cmd->source.get()),
          str(cmd->dest.get()), str(cmd->not_.get()), str(cmd->control.get()),
          str(cmd->control_cmp.get()));
+    const unsigned long errors_before = emsg_count();
     const int result = copy_do(copy, i, bytes);
     if (result == 0) {
+      copy->failed.push_back(
+          {i, cmd->line, emsg_count() != errors_before ? emsg_latest() : "No files handled"});
       if (stop_on_fail) {
         imsg("Stop on fail set, stopping...");
         return 0;
@@ -515,6 +519,11 @@ int copy_process(Copy* copy, unsigned long* files, unsigned long* bytes, int sto
   }
   imsg("Copy script completed successfully");
   return 1;
+}
+
+const std::vector<CFailure>& copy_failures(const Copy* copy) {
+  static const std::vector<CFailure> none;
+  return copy == nullptr ? none : copy->failed;
 }
 
 int copy_do(Copy* copy, int index, unsigned long* bytes) {

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "file/file.h"
@@ -50,11 +51,19 @@ struct CCmd {
   int line = 0;
 };
 
+// One command that failed while the script ran.
+struct CFailure {
+  int index = 0;      // its place in the list
+  int line = 0;       // its line in the script
+  std::string error;  // the last error message logged while it ran
+};
+
 // A loaded section of a copy script.
 struct Copy {
-  std::vector<CCmd> list;  // the commands in file order
-  Ini* ini = nullptr;      // settings store for references and commands; borrowed
-  uint32_t count = 0;      // number of valid records in list
+  std::vector<CCmd> list;        // the commands in file order
+  Ini* ini = nullptr;            // settings store for references and commands; borrowed
+  uint32_t count = 0;            // number of valid records in list
+  std::vector<CFailure> failed;  // the commands that failed in the last copy_process
 };
 
 // A new empty script that reads and writes the settings store `ini` (which
@@ -146,6 +155,11 @@ char* replace_vars(const Copy* copy, const char* text);
 // the list is reached, also after failures were passed over; 0 for a null
 // script.
 int copy_process(Copy* copy, unsigned long* files, unsigned long* bytes, int stop_on_fail);
+// The commands that failed in the latest copy_process of the script, in
+// order, each with the last error message logged while it ran, or "No files
+// handled" when it logged none (a pattern that matched nothing). Empty for a
+// null script.
+const std::vector<CFailure>& copy_failures(const Copy* copy);
 // Runs one command. The controlling setting decides first: with `control`
 // naming a setting that has a value, the command runs only when that value
 // equals (without regard to case) the value of the setting `control_cmp`

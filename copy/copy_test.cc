@@ -192,6 +192,10 @@ TEST_F(CopyTest, ControlSettingGatesTheCommandAndFailuresStopWhenAsked) {
   EXPECT_EQ(copy_process(copy_, &files, &bytes, 1), 0);
   EXPECT_EQ(files * 10 + bytes, 10u);  // one command counted, no bytes
   EXPECT_EQ(LogLines("Info").back(), "Stop on fail set, stopping...");
+  // The failed command logged no error of its own.
+  ASSERT_EQ(copy_failures(copy_).size(), 1u);
+  EXPECT_EQ(copy_failures(copy_)[0].line * 10 + copy_failures(copy_)[0].index, 42);
+  EXPECT_EQ(copy_failures(copy_)[0].error, "No files handled");
   EXPECT_EQ(copy_process(nullptr, &files, nullptr, 1) + copy_do(copy_, 4, nullptr), 0);
 }
 
@@ -392,6 +396,10 @@ TEST_F(CopyTest, ScriptRunTranscript) {
   EXPECT_EQ(copy_process(copy_, &files, &bytes, 0), 1);
   EXPECT_EQ(files * 10 + bytes, 25u);  // two commands counted, five bytes
   EXPECT_EQ(dir_.Read("out/bin/a.txt"), "alpha");
+  // The dropped line still counts in the line numbers.
+  ASSERT_EQ(copy_failures(copy_).size(), 1u);
+  EXPECT_EQ(copy_failures(copy_)[0].line * 10 + copy_failures(copy_)[0].index, 72);
+  EXPECT_EQ(copy_failures(copy_)[0].error, "How did we get here!");
   std::string transcript;
   const Strings lines = LogLines();
   for (size_t i = before; i < lines.size(); ++i) transcript += lines[i] + "\n";

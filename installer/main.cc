@@ -2,17 +2,26 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <string>
+#include <vector>
 
 #include "ini/ini.h"
 #include "ini/shared.h"
 #include "installer/installer.h"
 #include "installer/menu.h"
 #include "installer/options.h"
+#include "installer/presets.h"
 #include "installer/probes.h"
+#include "installer/report.h"
+#include "installer/runs.h"
 #include "lib/input.h"
+#include "lib/interrupt.h"
 #include "lib/log.h"
 #include "lib/paths.h"
 #include "lib/strings.h"
@@ -35,6 +44,45 @@ void fill_closed_standard_streams() {
       dup2(opened, fd);
       close(opened);
     }
+  }
+}
+
+// Whether the report named on the command line, if any, can be written, so
+// that nothing is run when it could not be. Prints the error when not.
+bool report_file_writable() {
+  const char* file = inst::report_file();
+  if (file == nullptr || inst::report_writable(file)) return true;
+  const char* reason = std::strerror(errno);
+  inst::emsg("Cannot write the report '%s', %s", file, reason);
+  std::printf("Error: Cannot write the report '%s', %s\n", file, reason);
+  return false;
+}
+
+// Writes the report, when one was asked for, of a program that started at
+// `started`, logged into `log_path` and ends as `ending` with `status`.
+void finish_report(inst::Ini* ini, bool started_up, const inst::Ending& ending, int status,
+                   std::time_t started, const std::string& log_path) {
+  using namespace inst;
+  const char* file = report_file();
+  if (file == nullptr) return;
+  Report report;
+  report.version = kInstallerVersion;
+  if (const char* product = ini_value_name(ini, "product")) report.product = product;
+  if (special_mode != nullptr) report.tag = special_mode;
+  report.outcome = ending.outcome;
+  report.status = status;
+  if (!started_up) report.error = emsg_latest();
+  report.run = last_run();
+  std::vector<std::string> names = preset_names();
+  for (const std::string& name : report.run.answered) {
+    if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
+  }
+  report.answers = report_answers(ini, names);
+  report.started = started;
+  report.ended = std::time(nullptr);
+  report.log = log_path;
+  if (!report_write(report, file)) {
+    std::printf("Error: Cannot write the report '%s', %s\n", file, std::strerror(errno));
   }
 }
 
@@ -63,30 +111,57 @@ int main(int argc, char** argv) {
   imsg("Log file opened in '%s'", path);
 
   process_args(run_log, argv, argc);
+  const std::time_t started = std::time(nullptr);
+  const std::string log_path = path;
 
+  // The start-up got as far as the runs; or a new option's value could not
+  // be used, which ends the program with status 1 whatever else is given.
+  bool started_up = false;
+  bool option_error = !report_file_writable();
   strip_ext(path);
   attach_ext(path, ".dat", kPathSize);
-  if (load_datfile(store, path)) {
+  if (!option_error && load_datfile(store, path)) {
+    // Presets go in before the probes, so that the probes see them, and
+    // again after them, so that no probe replaces them.
+    option_error = !apply_presets(store);
     strip_ext(path);
     attach_ext(path, ".int", kPathSize);
     // The suggestion is read after the probes, which may set "action".
-    if (load_probes(store, path)) {
+    if (!option_error && load_probes(store, path)) {
+      apply_presets(store);
+      started_up = true;
       const int action = suggested_action(store);
       print_header(store);
-      menu_loop(store, action);
+      if (chosen_action() != 0) {
+        run_entry(store, chosen_action());
+      } else {
+        menu_loop(store, action);
+      }
     }
-    clear_datfile();
   }
 
+  // The status tells the outcome when a script chose the run; otherwise it
+  // is 0, as it has always been, but for an interrupt.
+  const Ending ending = report_ending(started_up, last_run(), interrupt_signal());
+  int status = 0;
+  if (interrupt_signal() != 0 ||
+      (scripted() && (chosen_action() != 0 || special_mode != nullptr))) {
+    status = ending.status;
+  } else if (option_error) {
+    status = 1;
+  }
+  finish_report(store, started_up, ending, status, started, log_path);
+
+  clear_datfile();
   ini_free(&store);
   log_free(&run_log);
   delete[] myname;
   myname = nullptr;
 
-  if (!automate) {
+  if (!automate && interrupt_signal() == 0) {
     std::printf("\n<Press enter to exit>");
     char reply[kLineSize];
     read_reply(reply, sizeof reply, stdin);
   }
-  return 0;
+  return status;
 }

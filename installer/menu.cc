@@ -56,6 +56,25 @@ int suggested_action(Ini* ini) {
   return s_strcmp(ini_value_name(ini, "action"), "upgrade") == 0 ? 2 : 1;
 }
 
+int run_entry(Ini* ini, int choice) {
+  switch (choice) {
+    case 1: {
+      const int result = install_product(ini);
+      // Shown after a failed install too, on purpose.
+      if (result != SW_TO_UPGRADE && result != QUIT) print_blurb(ini);
+      return result;
+    }
+    case 2:
+      return upgrade_product(ini);
+    case 3:
+      return remove_product(ini);
+    case 5:
+      return do_special(ini);
+    default:
+      return FAILED;
+  }
+}
+
 void menu_loop(Ini* ini, int action) {
   char reply[kLineSize];
   for (int finished = 0; !finished;) {
@@ -74,34 +93,16 @@ void menu_loop(Ini* ini, int action) {
         choice = *text == '\0' ? action : s_atoi(text);
       }
     }
-    switch (choice) {
-      case 1: {
-        const int result = install_product(ini);
-        if (result != SW_TO_UPGRADE && result != QUIT) {
-          // Shown after a failed install too, on purpose.
-          print_blurb(ini);
-          finished = 1;
-        }
-        break;
-      }
-      case 2: {
-        const int result = upgrade_product(ini);
-        finished = result != SW_TO_INSTALL && result != QUIT;
-        break;
-      }
-      case 3:
-        finished = remove_product(ini) != QUIT;
-        break;
-      case 4:
-        finished = 1;
-        break;
-      case 5:
-        do_special(ini);
-        finished = 1;
-        break;
-      default:
-        std::printf("That is not a recognised option, please try again\n");
-        break;
+    if (choice == 4) {
+      finished = 1;
+    } else if (choice < 1 || choice > 5) {
+      std::printf("That is not a recognised option, please try again\n");
+    } else {
+      // A quit run, or one that found the other action fits, comes back to
+      // the menu; the special run never does.
+      const int result = run_entry(ini, choice);
+      finished = choice == 5 || (result != QUIT && !(choice == 1 && result == SW_TO_UPGRADE) &&
+                                 !(choice == 2 && result == SW_TO_INSTALL));
     }
   }
 }

@@ -17,6 +17,10 @@ void print_blurb(Ini* ini);
 // The menu entry to suggest: 2 when the setting "action" is exactly
 // "upgrade", else 1.
 int suggested_action(Ini* ini);
+// Runs menu entry `choice` once: 1 install (then prints blurb.txt unless the
+// run was quit), 2 upgrade, 3 remove, 5 the special run; any other entry
+// runs nothing and gives FAILED. Returns the run's result.
+int run_entry(Ini* ini, int choice);
 // Shows the menu and carries out choices until one ends the program:
 // `action` is the suggested entry, taken on an empty reply and under
 // -automate; -special runs the special section once without a menu. End of

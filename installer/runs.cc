@@ -14,6 +14,7 @@
 #include "file/file.h"
 #include "installer/installer.h"
 #include "lib/input.h"
+#include "lib/interrupt.h"
 #include "lib/limits.h"
 #include "lib/log.h"
 #include "lib/paths.h"
@@ -21,6 +22,13 @@
 #include "quest/quest.h"
 
 namespace inst {
+namespace {
+
+RunRecord record;
+
+}  // namespace
+
+const RunRecord& last_run() { return record; }
 
 void printdot(const char*, const char*, int) {
   // Nothing advances the counter, so every dot is flushed at once; the test
@@ -30,14 +38,17 @@ void printdot(const char*, const char*, int) {
   if (upto % 5 == 0) std::fflush(stdout);
 }
 
-void printerror(const char*, const char*, int) {
-  std::printf("\nError: %s\n", std::strerror(errno));
+void printerror(const char* src, const char* dst, int) {
+  const char* reason = std::strerror(errno);
+  record.failed_files.push_back({str(dst != nullptr ? dst : src), reason});
+  std::printf("\nError: %s\n", reason);
 }
 
 namespace {
 
 // What tells the four runs apart.
 struct RunKind {
+  const char* action;    // the run's name in its record
   const char* heading;   // shown as "[heading]"
   const char* section;   // of the question file and the copy script; null loads nothing
   bool expand_errors;    // Error question texts get their references replaced
@@ -174,9 +185,11 @@ class QuestionWalk {
       if (one_letter(reply_, 'q')) return End(QUIT);
       // Back one; the first question stays where it is.
       if (one_letter(reply_, 'b')) return SendBack(index, index > 0 ? index - 1 : 0);
-      const std::optional<std::string> before = value_of(ini_, quest_setting(quest_, at));
+      const char* setting = quest_setting(quest_, at);
+      const std::optional<std::string> before = value_of(ini_, setting);
       if (quest_answer(quest_, at, reply_)) {
-        if (value_of(ini_, quest_setting(quest_, at)) != before) ++changes_;
+        if (value_of(ini_, setting) != before) ++changes_;
+        Answered(setting);
         return index + 1;
       }
       std::printf("Error: %s, please try again\n", quest_error());
@@ -195,6 +208,13 @@ class QuestionWalk {
     }
     sent_back_[index] = changes_;
     return target;
+  }
+
+  // Notes in the run's record that the setting got an answer.
+  static void Answered(const char* setting) {
+    if (setting == nullptr) return;
+    std::vector<std::string>& names = record.answered;
+    if (std::find(names.begin(), names.end(), setting) == names.end()) names.push_back(setting);
   }
 
   // Sets the setting and counts a change of its value.
@@ -242,23 +262,38 @@ int shown(unsigned long count) {
 }
 
 // The copy stage: runs the section of the copy script with a dot for every
-// file. A missing script or section prints nothing; a failure prints the
-// last Error message. Neither changes the run's result.
+// file, and notes in the run's record what it did. A missing script or
+// section prints nothing; a failure prints the last Error message. Neither
+// changes the run's result.
 void copy_stage(Ini* ini, const RunKind& kind) {
   Copy* copy = copy_init(ini);
   copy_setup(copy, printdot, printerror);
   char path[kPathSize];
+  const unsigned long errors_before = emsg_count();
   if (description_file(path, ".cpy") && copy_load(copy, path, kind.section)) {
     std::printf("%s", kind.progress);
     unsigned long files = 0;
     unsigned long bytes = 0;
-    if (!copy_process(copy, &files, kind.count_bytes ? &bytes : nullptr, kind.stop_on_fail)) {
+    interrupt_arm();
+    const int done =
+        copy_process(copy, &files, kind.count_bytes ? &bytes : nullptr, kind.stop_on_fail);
+    interrupt_disarm();
+    if (!done) {
       std::printf("]\nFailed, %s", copy_error());
     } else if (kind.count_bytes) {
       std::printf("]\nSuccess %d bytes in %d files copied\n", shown(bytes), shown(files));
     } else {
       std::printf("]\n Success %d files %s\n", shown(files), kind.done);
     }
+    record.copied = true;
+    record.files = files;
+    record.bytes = bytes;
+    record.failed_commands = copy_failures(copy);
+    record.copy_ok = done && record.failed_commands.empty() && record.failed_files.empty();
+  } else if (emsg_count() != errors_before) {
+    // The script could not be read; a missing section logs nothing.
+    record.failed_commands.push_back({-1, 0, emsg_latest()});
+    record.copy_ok = false;
   }
   copy_free(&copy);
 }
@@ -267,29 +302,36 @@ void copy_stage(Ini* ini, const RunKind& kind) {
 // the copy script. Without a store nothing happens and the run fails.
 int run_action(Ini* ini, const RunKind& kind) {
   if (ini == nullptr) return FAILED;
+  record = RunRecord();
+  record.action = kind.action;
   std::printf("[%s]\n", kind.heading);
   const int result = question_stage(ini, kind);
   if (result == SUCEEDED) copy_stage(ini, kind);
+  record.result = result;
   return result;
 }
 
 }  // namespace
 
 int install_product(Ini* ini) {
-  return run_action(ini, {"Install", "install", false, "Copying files[", true, 1, nullptr});
+  return run_action(ini,
+                    {"install", "Install", "install", false, "Copying files[", true, 1, nullptr});
 }
 
 int upgrade_product(Ini* ini) {
-  return run_action(ini, {"Upgrade", "upgrade", true, "Copying files[", true, 1, nullptr});
+  return run_action(ini,
+                    {"upgrade", "Upgrade", "upgrade", true, "Copying files[", true, 1, nullptr});
 }
 
 int remove_product(Ini* ini) {
-  return run_action(ini, {"Remove", "remove", false, "Removing files[", false, 0, "removed"});
+  return run_action(ini,
+                    {"remove", "Remove", "remove", false, "Removing files[", false, 0, "removed"});
 }
 
 // Without a tag the heading is "[]" and no section can be loaded.
 int do_special(Ini* ini) {
-  return run_action(ini, {str(special_mode), special_mode, false, "Executing[", false, 0, "done."});
+  return run_action(
+      ini, {"special", str(special_mode), special_mode, false, "Executing[", false, 0, "done."});
 }
 
 }  // namespace inst

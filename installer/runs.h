@@ -3,14 +3,44 @@
 #ifndef INSTALLER_INSTALLER_RUNS_H_
 #define INSTALLER_INSTALLER_RUNS_H_
 
+#include <string>
+#include <vector>
+
+#include "copy/copy.h"
 #include "ini/ini.h"
+#include "installer/installer.h"
 
 namespace inst {
 
 // Per-file progress callback: prints one dot.
 void printdot(const char* src, const char* dst, int mode);
-// Per-file failure callback: prints the system error text.
+// Per-file failure callback: prints the system error text, and keeps the
+// file with it in the latest run's record.
 void printerror(const char* src, const char* dst, int mode);
+
+// A file the copy stage failed on.
+struct FileFailure {
+  std::string path;   // a copy's target, else the file or directory acted on
+  std::string error;  // the system's error text
+};
+
+// What the latest run did, kept after it ends.
+struct RunRecord {
+  const char* action = nullptr;       // "install", "upgrade", "remove", "special"; null: none ran
+  int result = FAILED;                // what the run returned
+  std::vector<std::string> answered;  // the settings its questions stored, each once, in order
+  bool copied = false;                // its section of the copy script was run
+  // False when the copy script ran into a failing command or file, or could
+  // not be read at all; a missing section is no failure.
+  bool copy_ok = true;
+  unsigned long files = 0;
+  unsigned long bytes = 0;
+  // The commands that failed; one with line 0 when the script could not be read.
+  std::vector<CFailure> failed_commands;
+  std::vector<FileFailure> failed_files;
+};
+// The record of the latest run; an empty record before the first.
+const RunRecord& last_run();
 
 // The four runs behind the menu entries, one algorithm. A run prints its
 // heading ("[Install]", "[Upgrade]", "[Remove]", or the -special tag in
@@ -42,7 +72,8 @@ void printerror(const char* src, const char* dst, int mode);
 // else, end of input included, goes on.
 // Then the same section of <name>.cpy runs with a dot per file ("Copying
 // files[", "Removing files[" or "Executing[" first), install and upgrade
-// stopping at the first failing command and counting bytes too. A missing
+// stopping at the first failing command and counting bytes too. SIGINT,
+// SIGTERM and SIGHUP are recorded meanwhile (lib/interrupt.h). A missing
 // script or section prints nothing; a failure prints "]\nFailed, %s" with
 // the last Error message. Counts above the largest int are shown as it.
 // Returns QUIT when the user quit, FAILED when the questions could not be

@@ -31,6 +31,10 @@ Log* CurrentLog = nullptr;
 // Error texts waiting for a log, in arrival order.
 std::vector<std::string> EmsgLog;
 
+// The latest error text and the number of error messages sent.
+std::string LatestError;
+unsigned long ErrorCount = 0;
+
 // At most the first kMessageMax characters of path.
 std::string bounded_path(const char* path) { return std::string(path, strnlen(path, kMessageMax)); }
 
@@ -218,6 +222,10 @@ void check_emsglog() {
   for (const std::string& text : texts) log_line(CurrentLog, text.c_str(), LogError);
 }
 
+const char* emsg_latest() { return LatestError.c_str(); }
+
+unsigned long emsg_count() { return ErrorCount; }
+
 namespace unchecked {
 
 void log_raw(const char* format, ...) {
@@ -246,6 +254,8 @@ void emsg(const char* format, ...) {
   va_start(args, format);
   vlprintf(body, kLineSize, format, args);
   va_end(args);
+  LatestError = body;
+  ++ErrorCount;
   if (CurrentLog && CurrentLog->Level != LogNone) {
     log_line(CurrentLog, body, LogError);
     return;

@@ -101,6 +101,12 @@ void dmsg(FormatFor<Args...> format, Args... args) {
 // the queue; does nothing without a queue or a current log.
 void check_emsglog();
 
+// The body of the latest error message and the number of error messages so
+// far, whether a log took them or not, so that a caller can tell whether an
+// operation reported an error, and which ("" before the first).
+const char* emsg_latest();
+unsigned long emsg_count();
+
 }  // namespace inst
 
 #endif  // INSTALLER_LIB_LOG_H_

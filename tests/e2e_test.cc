@@ -30,6 +30,8 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -163,10 +165,12 @@ enum class Output {
 };
 
 // Starts `program` with `args` in `dir`, stdin from `input` (or nothing),
-// with `overlays` in place, and waits at most a minute for it.
+// with `overlays` in place, and waits at most a minute for it, calling
+// `watch` with its process id every few milliseconds meanwhile.
 Outcome RunProgram(const fs::path& program, const std::vector<std::string>& args,
                    const fs::path& dir, const fs::path& input, const fs::path& capture,
-                   const std::vector<Overlay>& overlays = {}, Output output = Output::kCaptured) {
+                   const std::vector<Overlay>& overlays = {}, Output output = Output::kCaptured,
+                   const std::function<void(pid_t)>& watch = nullptr) {
   const fs::path out_path = capture / "stdout";
   const fs::path err_path = capture / "stderr";
   Outcome run;
@@ -211,6 +215,7 @@ Outcome RunProgram(const fs::path& program, const std::vector<std::string>& args
       ADD_FAILURE() << "the program did not end within a minute";
       break;
     }
+    if (watch) watch(run.pid);
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
   run.status = WIFEXITED(wstatus) ? WEXITSTATUS(wstatus) : 128 + WTERMSIG(wstatus);
@@ -459,6 +464,114 @@ TEST_F(FaultTest, FullLogLosesItsLinesOnly) {
                          std::string(kFiles + 1, '.') + "]\nSuccess " + std::to_string(kFiles) +
                          " bytes in " + std::to_string(kFiles + 1) +
                          " files copied\n\nSturdy is in " + work_.Path("out") + ".\n");
+}
+
+// Runs with -report: the report is read back with the JSON library. The
+// product copies docs/* on install, and payload/* in its section "slow".
+class ReportTest : public testing::Test {
+ protected:
+  static constexpr int kPayload = 1000;
+
+  void SetUp() override {
+    ASSERT_TRUE(work_.ok() && capture_.ok());
+    work_.Write("setup.dat", "product Widget\ndest $(current_dir)/out\nnote none\n");
+    work_.Write("setup.int", "");
+    work_.Write("setup.q",
+                "[install]\nDir dest - - DEST Where\nText note - - NOTE A note\n[tidy]\n[slow]\n");
+    work_.Write("setup.cpy",
+                "[install]\nMkDir $(dest)\nCopyFile $(current_dir)/docs/* - $(dest)\n"
+                "[tidy]\nRmFile $(current_dir)/none* -\nRmFile $(current_dir)/docs/* -\n"
+                "[slow]\nMkDir $(dest)\nCopyFile $(current_dir)/payload/* - $(dest)\n");
+    work_.Write("docs/about", "about");
+    work_.Write("docs/readme", "read me");
+    fs::create_symlink(INSTALL_PROGRAM, work_.Path("setup"));
+  }
+  nlohmann::json Run(std::vector<std::string> args, Outcome* run,
+                     const std::function<void(pid_t)>& watch = nullptr) {
+    args.insert(args.end(), {"-report", "report.json"});
+    *run = RunProgram(work_.Path("setup"), args, work_.root(), fs::path(), capture_.root(), {},
+                      Output::kCaptured, watch);
+    return nlohmann::json::parse(ReadFile(work_.Path("report.json")), nullptr, false);
+  }
+  // The JSON text with @DIR@ standing for the run directory.
+  nlohmann::json Expect(const std::string& text) {
+    return nlohmann::json::parse(ReplaceAll(text, "@DIR@", work_.root()));
+  }
+
+  ScratchDir work_;
+  ScratchDir capture_;
+};
+
+TEST_F(ReportTest, TellsTheOutcomeAnswersAndCopyStage) {
+  // A directory where the copy wants to write a file, in a directory whose
+  // name is not UTF-8. The command goes on with the other file.
+  fs::create_directories(work_.Path("bad\xff/readme"));
+  struct Row {
+    std::vector<std::string> args;
+    const char* outcome;
+    int status;
+    const char* answers;
+    const char* copy;
+  };
+  const Row rows[] = {
+      {{"-action", "install", "-automate", "-set", "note=\x01tab\there\xff"},
+       "succeeded",
+       0,
+       R"([{"name":"note","value":"\u0001tab\there\ufffd"},{"name":"dest","value":"@DIR@/out"}])",
+       R"({"ran":true,"files":3,"bytes":12,"failed_commands":[],"failed_files":[]})"},
+      {{"-automate", "-action", "install", "-set", "dest=" + work_.Path("bad\xff")},
+       "copy-failed",
+       4,
+       R"([{"name":"dest","value":"@DIR@/bad\ufffd"},{"name":"note","value":"none"}])",
+       R"({"ran":true,"files":2,"bytes":5,"failed_commands":[],
+           "failed_files":[{"path":"@DIR@/bad\ufffd/readme","error":"Is a directory"}]})"},
+      {{"-action", "install", "-automate", "-set", "note=q"},
+       "quit",
+       3,
+       R"([{"name":"note","value":"q"},{"name":"dest","value":"@DIR@/out"}])",
+       R"({"ran":false,"files":0,"bytes":0,"failed_commands":[],"failed_files":[]})"},
+      {{"-special", "tidy", "-automate"},
+       "copy-failed",
+       4,
+       "[]",
+       R"({"ran":true,"files":2,"bytes":0,
+           "failed_commands":[{"line":5,"error":"No files handled"}],"failed_files":[]})"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.outcome + std::string(" ") + row.args[1]);
+    Outcome run;
+    const nlohmann::json report = Run(row.args, &run);
+    ASSERT_TRUE(report.is_object()) << run.out;
+    EXPECT_EQ(run.status, row.status);
+    EXPECT_EQ(report["outcome"], row.outcome);
+    EXPECT_EQ(report["answers"], Expect(row.answers));
+    EXPECT_EQ(report["copy"], Expect(row.copy));
+    EXPECT_EQ(report["action"], row.args[0] == "-special" ? "special" : "install");
+    EXPECT_EQ(report["tag"], row.args[0] == "-special" ? nlohmann::json("tidy") : nullptr);
+    EXPECT_EQ(report["product"], "Widget");
+    EXPECT_EQ(report["log"], work_.Path("setup.log"));
+    EXPECT_LE(report["started"].get<std::string>(), report["ended"].get<std::string>());
+  }
+}
+
+// SIGTERM while files are copied: the copy stage ends, the report says
+// interrupted and the status is 128 + 15, without the exit prompt.
+TEST_F(ReportTest, SignalDuringTheCopyStageIsReported) {
+  for (int i = 0; i < kPayload; ++i) work_.Write("payload/f" + std::to_string(i), "x");
+  bool sent = false;
+  auto terminate_once_copying = [&](pid_t pid) {
+    if (!sent && ReadFile(capture_.Path("stdout")).find("Executing[.") != std::string::npos) {
+      sent = kill(pid, SIGTERM) == 0;
+    }
+  };
+  Outcome run;
+  const nlohmann::json report = Run({"-special", "slow"}, &run, terminate_once_copying);
+  ASSERT_TRUE(sent);
+  EXPECT_EQ(run.status, 128 + SIGTERM);
+  EXPECT_EQ(run.out.find("<Press enter to exit>"), std::string::npos);
+  ASSERT_TRUE(report.is_object());
+  EXPECT_EQ(report["outcome"], "interrupted");
+  EXPECT_EQ(report["status"], 128 + SIGTERM);
 }
 
 std::string TestName(const testing::TestParamInfo<std::string>& info) {

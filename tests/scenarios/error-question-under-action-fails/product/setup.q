@@ -1,0 +1,2 @@
+[upgrade]
+Error  installed  NOTHERE  There is no $(product) to upgrade.

@@ -1,0 +1,3 @@
+[install]
+MkDir  $(dest)
+WFile  $(dest)/edition  edition

@@ -1,0 +1,4 @@
+[install]
+Dir   dest      -  -  DEST  Install into which directory
+Text  edition   -  -  ED    Which edition
+Text  greeting  -  -  HI    Greeting

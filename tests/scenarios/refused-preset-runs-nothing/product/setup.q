@@ -1,0 +1,2 @@
+[install]
+Text x - - X Never asked

@@ -1,0 +1,4 @@
+[remove]
+RmFile  $(dest)/*.txt     -
+RmFile  $(dest)/*.conf    -
+RmDir   $(dest)           -

@@ -1,0 +1,2 @@
+[remove]
+DirExist  dest  -  -  DEST  Remove Widget from which directory

@@ -1,0 +1,2 @@
+[install]
+Text  answer  -  -  A  Your answer
