@@ -1,11 +1,13 @@
 #include "lib/log.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <ctime>
 #include <filesystem>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -28,6 +30,70 @@ TEST_F(LogTest, LineHasTimeWithoutYearThenPidLevelAndText) {
   ASSERT_EQ(strptime(line.c_str(), "%a %b %d %H:%M:%S", &when), line.c_str() + 19) << line;
   EXPECT_EQ(line.substr(19), "  [" + std::to_string(getpid()) + "] Info: hello 5\n");
   EXPECT_EQ(line.size(), log_->Size);
+}
+
+// The time and process id that start a line are made once and kept: lines
+// written in a later second, or by a forked child, must not reuse them.
+TEST_F(LogTest, TimeAndProcessIdFollowTheClockAndForks) {
+  auto stamp = [](time_t t) {
+    struct tm local;
+    char text[64];
+    localtime_r(&t, &local);
+    return std::string(asctime_r(&local, text), 20);
+  };
+  // The stamps a line written now may carry, and the process id.
+  struct Expected {
+    std::string before, after;
+    pid_t pid;
+  };
+  std::vector<Expected> expected;
+  auto line = [&](const char* text) {
+    const time_t before = std::time(nullptr);
+    imsg("%s", text);
+    expected.push_back({stamp(before), stamp(std::time(nullptr)), getpid()});
+  };
+  line("first");
+  const time_t first = std::time(nullptr);
+  while (std::time(nullptr) == first) usleep(20000);
+  line("next second");
+  log_flush(log_);  // the child must not write the parent's buffered lines again
+  const time_t forked = std::time(nullptr);
+  const pid_t child = fork();
+  if (child == 0) {
+    line("child");
+    log_flush(log_);
+    _exit(0);
+  }
+  ASSERT_GT(child, 0);
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  expected.push_back({stamp(forked), stamp(std::time(nullptr)), child});
+  line("parent again");
+  log_flush(log_);
+  std::istringstream in(dir_.Read("test.log"));
+  std::vector<std::string> lines;
+  for (std::string l; std::getline(in, l);) lines.push_back(l);
+  ASSERT_EQ(lines.size(), 4u) << dir_.Read("test.log");
+  for (size_t i = 0; i < lines.size(); ++i) {
+    const std::string& l = lines[i];
+    const std::string when = l.substr(0, 20);
+    EXPECT_TRUE(when == expected[i].before || when == expected[i].after) << l;
+    EXPECT_EQ(l.substr(20, l.find(']') - 19), " [" + std::to_string(expected[i].pid) + "]") << l;
+  }
+}
+
+// A text handed to log_line() directly may be longer than any message body.
+TEST_F(LogTest, LineWritesTheWholeTextGivenToIt) {
+  for (size_t length : {size_t{0}, size_t{999}, size_t{1200}, size_t{5000}}) {
+    const std::string before = dir_.Read("test.log");
+    const std::string text(length, 'y');
+    log_line(log_, text.c_str(), LogError);
+    log_flush(log_);
+    const std::string written = dir_.Read("test.log").substr(before.size());
+    EXPECT_EQ(written.substr(20), " [" + std::to_string(getpid()) + "] Error: " + text + "\n")
+        << "length " << length;
+    EXPECT_EQ(log_->Size, before.size() + written.size()) << "length " << length;
+  }
 }
 
 TEST_F(LogTest, LevelDecidesWhichMessagesAreWritten) {
