@@ -17,7 +17,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "lib/array.h"
@@ -119,12 +118,15 @@ struct IniRow {
   SettingMode mode = Ini_None;
 };
 
-// Hashing that accepts std::string_view keys, so lookups need no copy.
-struct IniNameHash {
-  using is_transparent = void;
-  size_t operator()(std::string_view s) const { return std::hash<std::string_view>()(s); }
+// A hash index from names to the first setting that carries each. It holds
+// setting indexes only, never a copy of a name: the names compared are the
+// rows' own texts. A folded index tells A-Z from a-z apart nowhere; its hash
+// and comparison fold both sides as they go, so a lookup copies nothing.
+struct IniNameIndex {
+  std::vector<int32_t> slots;  // open addressing, a power of two in size; -1 is free
+  int32_t used = 0;            // slots taken
+  bool folded = false;
 };
-using IniNameIndex = std::unordered_map<std::string, int32_t, IniNameHash, std::equal_to<>>;
 
 struct Ini {
   // Declarations in index order. The table is absent while empty; otherwise
@@ -142,7 +144,7 @@ struct Ini {
   // Name to first index, exactly and with A-Z folded to a-z. Later settings
   // of the same name are shadowed, so only the first index is kept.
   IniNameIndex by_name;
-  IniNameIndex by_folded;
+  IniNameIndex by_folded{{}, 0, true};
 
   ~Ini();
 };
