@@ -32,13 +32,9 @@ bool valid_index(const Ini* ini, int32_t index) { return ini && index >= 0 && in
 
 Item* item_at(const Ini* ini, int32_t index) { return ini->data->data[index]; }
 
-const char* name_at(const Ini* ini, int32_t index) { return ini->list[index].setting.get(); }
+const char* name_at(const Ini* ini, int32_t index) { return ini->list[index].setting; }
 
 Xtra* xtra_new(XtraFn fn, SettingMode flag) { return new Xtra{fn, flag}; }
-
-std::unique_ptr<char[]> name_copy(const char* name) {
-  return std::unique_ptr<char[]>(s_strdup(name));
-}
 
 // FNV-1a over the name's bytes, folded through charmap for a folded index.
 uint64_t name_hash(std::string_view name, bool folded) {
@@ -150,7 +146,7 @@ bool append_setting(Ini* ini, const char* name, SettingMode mode, std::unique_pt
   }
   if (!array_add(ini->data, item.get())) return false;
   item.release();
-  ini->list[index] = IniRow{name_copy(name), mode};
+  ini->list[index] = IniRow{ini->names.add(name), mode};
   recount(ini);
   index_name(ini, index);
   return true;
@@ -160,6 +156,7 @@ bool append_setting(Ini* ini, const char* name, SettingMode mode, std::unique_pt
 void clear_declarations(Ini* ini) {
   array_empty_dealloc(ini->data);
   ini->list.clear();
+  ini->names.release();
   for (IniNameIndex* names : {&ini->by_name, &ini->by_folded}) {
     names->slots.clear();
     names->used = 0;
@@ -261,6 +258,31 @@ bool has_extension(const char* path) {
 
 Item::~Item() { list_free_dealloc(&values); }
 
+char* IniTexts::add(std::string_view text) {
+  const size_t need = text.size() + 1;
+  if (need > room_) {
+    // Blocks double from 1 KiB to 64 KiB, so that a small store stays small.
+    block_size_ = std::clamp(2 * block_size_, size_t{1024}, size_t{65536});
+    const size_t size = std::max(block_size_, need);
+    blocks_.push_back(std::make_unique_for_overwrite<char[]>(size));
+    next_ = blocks_.back().get();
+    room_ = size;
+  }
+  char* at = next_;
+  std::memcpy(at, text.data(), text.size());
+  at[text.size()] = '\0';
+  next_ += need;
+  room_ -= need;
+  return at;
+}
+
+void IniTexts::release() {
+  std::vector<std::unique_ptr<char[]>>().swap(blocks_);
+  block_size_ = 0;
+  next_ = nullptr;
+  room_ = 0;
+}
+
 Ini::~Ini() {
   array_free_dealloc(&data);
   array_free_fn(&xtra, ini_free_xtra);
@@ -304,7 +326,9 @@ void ini_setup(Ini* ini, const SettingList* table, const int32_t* assoc, int use
       emsg("Ini association index %d invalid.", from);
       continue;
     }
-    item_at(ini, from)->assoc.push_back(to);
+    Item* item = item_at(ini, from);
+    if (!item->assoc) item->assoc = std::make_unique<std::vector<int32_t>>();
+    item->assoc->push_back(to);
     dmsg("Ini association index %d->%d added", from, to);
   }
 }
@@ -348,14 +372,14 @@ const char* ini_label(const Ini* ini, int32_t index) {
 Array<char>* ini_label_array(const Ini* ini) {
   if (!ini || ini->list.empty()) return nullptr;
   Array<char>* names = array_init<char>();
-  for (int32_t i = 0; i < ini->items; ++i) array_add(names, ini->list[i].setting.get());
+  for (int32_t i = 0; i < ini->items; ++i) array_add(names, ini->list[i].setting);
   return names;
 }
 
 Linklist<char>* ini_label_list(const Ini* ini) {
   if (!ini || ini->list.empty()) return nullptr;
   Linklist<char>* names = list_init<char>();
-  for (int32_t i = 0; i < ini->items; ++i) list_add(names, ini->list[i].setting.get());
+  for (int32_t i = 0; i < ini->items; ++i) list_add(names, ini->list[i].setting);
   return names;
 }
 
@@ -363,7 +387,7 @@ Array<char>* ini_label_wild(const Ini* ini, const char* wild) {
   if (!ini || !wild) return nullptr;
   Array<char>* names = array_init<char>();
   for (int32_t i = 0; i < ini->items; ++i) {
-    if (wild_match(name_at(ini, i), wild)) array_add(names, ini->list[i].setting.get());
+    if (wild_match(name_at(ini, i), wild)) array_add(names, ini->list[i].setting);
   }
   return names;
 }
@@ -383,10 +407,10 @@ const char* ini_value(Ini* ini, int32_t index) {
   list_start(item->values);
   if (const char* value = list_get(item->values)) return value;
   // A setting already being read further up this chain ends the chain.
-  if (item->reading) return nullptr;
+  if (!item->assoc || item->reading) return nullptr;
   item->reading = true;
   const char* result = nullptr;
-  for (int32_t link : item->assoc) result = ini_value(ini, link);
+  for (int32_t link : *item->assoc) result = ini_value(ini, link);
   item->reading = false;
   return result;
 }

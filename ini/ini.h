@@ -102,8 +102,10 @@ struct Xtra {
 // The values of one setting.
 struct Item {
   Linklist<char>* values = list_init<char>();  // new[] texts in order; reads move its cursor
-  std::vector<int32_t> assoc;  // indexes of the settings read, in order, when there is no value
-  bool reading = false;        // set while a read follows this setting's associations
+  // Indexes of the settings read, in order, when there is no value; null
+  // while there are none, as for nearly every setting.
+  std::unique_ptr<std::vector<int32_t>> assoc;
+  bool reading = false;  // set while a read follows this setting's associations
 
   Item() = default;
   Item(const Item&) = delete;
@@ -111,10 +113,26 @@ struct Item {
   ~Item();
 };
 
-// The store's own copy of one declaration row. The name lives in its own
-// new[] text so that pointers to it stay valid when the table grows.
+// Texts packed one after another in blocks that never move, so that a text
+// keeps its address while more are added and one allocation serves many.
+// They are released all together.
+class IniTexts {
+ public:
+  // A terminated copy of text that lives until release().
+  char* add(std::string_view text);
+  void release();
+
+ private:
+  std::vector<std::unique_ptr<char[]>> blocks_;
+  size_t block_size_ = 0;  // of the newest block
+  char* next_ = nullptr;   // free space in the newest block
+  size_t room_ = 0;
+};
+
+// The store's own copy of one declaration row. The name is kept in the
+// store's `names`, so that pointers to it stay valid when the table grows.
 struct IniRow {
-  std::unique_ptr<char[]> setting;
+  char* setting = nullptr;
   SettingMode mode = Ini_None;
 };
 
@@ -133,6 +151,7 @@ struct Ini {
   // it has `size` rows, of which those from `items` on are free and the one
   // at `items` ends the table.
   std::vector<IniRow> list;
+  IniTexts names;               // the rows' names
   Array<Xtra>* xtra = nullptr;  // registered transforms; null until the first
   IniMode mode = Ini_DefaultMode;
   // Both counts mirror the containers (items: data's elements, size: list's

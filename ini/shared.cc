@@ -21,42 +21,9 @@ SettingList* _settings = nullptr;
 
 namespace {
 
-// The rows' texts, packed one after another in blocks that never move, so
-// that the rows read so far keep their pointers while more are read. One
-// allocation serves many rows.
-class Texts {
- public:
-  const char* add(std::string_view text) {
-    const size_t need = text.size() + 1;
-    if (need > room_) {
-      const size_t size = std::max(kBlock, need);
-      blocks_.push_back(std::make_unique_for_overwrite<char[]>(size));
-      next_ = blocks_.back().get();
-      room_ = size;
-    }
-    char* at = next_;
-    std::memcpy(at, text.data(), text.size());
-    at[text.size()] = '\0';
-    next_ += need;
-    room_ -= need;
-    return at;
-  }
-  void release() {
-    std::vector<std::unique_ptr<char[]>>().swap(blocks_);
-    next_ = nullptr;
-    room_ = 0;
-  }
-
- private:
-  static constexpr size_t kBlock = 65536;
-  std::vector<std::unique_ptr<char[]>> blocks_;
-  char* next_ = nullptr;
-  size_t room_ = 0;
-};
-
 // The rows in order, their texts in `texts`; _settings points into `table`
 // once every row is read and the terminator added.
-Texts texts;
+IniTexts texts;
 std::vector<SettingList> table;
 
 // An empty or null default leaves the setting without a value.
