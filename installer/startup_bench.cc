@@ -4,6 +4,8 @@
 //
 // Start-up: with an empty data file, against a static C program that does
 // nothing, run alternately; the ratio of their times is printed.
+// Several programs (say, two builds) take turns in every measurement, so
+// that they can be compared on a busy machine.
 // Data file: 1,000, 10,000 and 100,000 settings, half of them referring to
 // the setting before ("s<i> $(s<i-1>)/x<i>" for odd i, "s<i> /opt/v<i>" for
 // even i); printed are the time, the peak memory (the child's maximum
@@ -112,55 +114,71 @@ bool bench_place(const std::string& base, int rounds, const std::vector<std::str
   const std::string empty = make_case(root.path, 0);
   std::vector<std::string> cases;
   for (int settings : kSettings) cases.push_back(make_case(root.path, settings));
+  const size_t np = programs.size(), nc = cases.size();
   bool good = true;
-  for (const std::string& program : programs) {
-    // Start-up: the two programs take turns, the order changing every round.
-    // The log grows by a few lines a run and never rotates here.
-    std::vector<double> ratio, ms;
-    for (int round = 0; round < rounds; ++round) {
-      double ours = 0, nothing = 0;
-      for (int i = 0; i < 2 * kStartRuns; ++i) {
-        const bool mine = (i + round) % 2 == 0;
-        const Run run =
-            mine ? run_in(empty, program, "./setup") : run_in(empty, NOTHING_PROGRAM, "nothing");
-        good = run.good && good;
-        (mine ? ours : nothing) += run.seconds;
-      }
-      ratio.push_back(ours / nothing);
-      ms.push_back(ours / kStartRuns * 1000);
-    }
-    std::printf("%s, %s, %d rounds:\n", base.c_str(), program.c_str(), rounds);
-    print_spread("  start-up, menu then exit: %.2f (%.2f-%.2f) x a static C program doing nothing",
-                 ratio);
-    print_spread(", %.2f (%.2f-%.2f) ms\n", ms);
 
-    // Data files: every size once a round, in turned order every other round.
-    const size_t n = cases.size();
-    std::vector<std::vector<double>> seconds(n), peak(n);
-    std::vector<double> base_seconds, base_peak;
-    for (int round = 0; round < rounds; ++round) {
-      const Run start = fresh_run(empty, program);
-      base_seconds.push_back(start.seconds);
-      base_peak.push_back(static_cast<double>(start.peak_kib));
-      for (size_t k = 0; k < n; ++k) {
-        const size_t c = round % 2 ? n - 1 - k : k;
-        const Run run = fresh_run(cases[c], program);
-        good = run.good && good;
-        seconds[c].push_back(run.seconds);
-        peak[c].push_back(static_cast<double>(run.peak_kib));
+  // Start-up: the yardstick (slot np) and the programs take turns, starting
+  // one further every run. The log grows by a few lines a run and never
+  // rotates here.
+  std::vector<std::vector<double>> ratio(np), ms(np);
+  for (int round = 0; round < rounds; ++round) {
+    std::vector<double> sum(np + 1);
+    for (int run = 0; run < kStartRuns; ++run) {
+      for (size_t k = 0; k <= np; ++k) {
+        const size_t p = (k + static_cast<size_t>(run + round)) % (np + 1);
+        const Run r = p == np ? run_in(empty, NOTHING_PROGRAM, "nothing")
+                              : run_in(empty, programs[p], "./setup");
+        good = r.good && good;
+        sum[p] += r.seconds;
       }
     }
-    const double start_s = bench::spread(base_seconds).median;
-    const double start_kib = bench::spread(base_peak).median;
+    for (size_t p = 0; p < np; ++p) {
+      ratio[p].push_back(sum[p] / sum[np]);
+      ms[p].push_back(sum[p] / kStartRuns * 1000);
+    }
+  }
+
+  // Data files: every program on every size once a round, the sizes in
+  // turned order every other round, the programs taking turns.
+  std::vector<std::vector<std::vector<double>>> seconds(np, std::vector<std::vector<double>>(nc));
+  auto peak = seconds;
+  std::vector<std::vector<double>> start_seconds(np), start_peak(np);
+  for (int round = 0; round < rounds; ++round) {
+    for (size_t k = 0; k <= nc; ++k) {
+      for (size_t j = 0; j < np; ++j) {
+        const size_t p = (j + static_cast<size_t>(round)) % np;
+        if (k == nc) {
+          const Run r = fresh_run(empty, programs[p]);
+          good = r.good && good;
+          start_seconds[p].push_back(r.seconds);
+          start_peak[p].push_back(static_cast<double>(r.peak_kib));
+          continue;
+        }
+        const size_t c = round % 2 ? nc - 1 - k : k;
+        const Run r = fresh_run(cases[c], programs[p]);
+        good = r.good && good;
+        seconds[p][c].push_back(r.seconds);
+        peak[p][c].push_back(static_cast<double>(r.peak_kib));
+      }
+    }
+  }
+
+  for (size_t p = 0; p < np; ++p) {
+    std::printf("%s, %s, %d rounds:\n", base.c_str(), programs[p].c_str(), rounds);
+    print_spread("  start-up, menu then exit: %.2f (%.2f-%.2f) x a static C program doing nothing",
+                 ratio[p]);
+    print_spread(", %.2f (%.2f-%.2f) ms\n", ms[p]);
+    const double start_s = bench::spread(start_seconds[p]).median;
+    const double start_kib = bench::spread(start_peak[p]).median;
     std::printf("  data file, menu then exit: empty %.3f s, %.1f MB\n", start_s, start_kib / 1024);
-    for (size_t c = 0; c < n; ++c) {
-      const bench::Spread s = bench::spread(seconds[c]);
-      const bench::Spread m = bench::spread(peak[c]);
+    for (size_t c = 0; c < nc; ++c) {
+      const bench::Spread t = bench::spread(seconds[p][c]);
+      const bench::Spread m = bench::spread(peak[p][c]);
       std::printf(
           "  %6d settings: %.3f s (%.3f-%.3f), peak %.1f MB (%.1f-%.1f); a setting %.2f us, "
           "%.0f B\n",
-          kSettings[c], s.median, s.min, s.max, m.median / 1024, m.min / 1024, m.max / 1024,
-          (s.median - start_s) / kSettings[c] * 1e6, (m.median - start_kib) * 1024 / kSettings[c]);
+          kSettings[c], t.median, t.min, t.max, m.median / 1024, m.min / 1024, m.max / 1024,
+          (t.median - start_s) / kSettings[c] * 1e6, (m.median - start_kib) * 1024 / kSettings[c]);
     }
   }
   std::fflush(stdout);
