@@ -11,7 +11,9 @@
 // even i); printed are the time, the peak memory (the child's maximum
 // resident set), and the time and memory per setting beyond the empty start,
 // so that growth can be seen to be linear. The log starts empty every run.
-// Every figure is the median of the rounds, with the smallest and largest.
+// Every figure is the median of the rounds, with the smallest and largest;
+// processor times are given beside wall times, as they suffer less from
+// other work on a busy machine.
 //
 // Usage: startup_bench [rounds] [directory...] [--program=PATH...]
 //   5 rounds; /dev/shm and /var/tmp; the program built beside this one.
@@ -38,9 +40,11 @@ namespace fs = std::filesystem;
 constexpr int kStartRuns = 20;  // start-up runs of each program in a round
 const int kSettings[] = {1000, 10000, 100000};
 
-// One run's wall time and the child's peak resident set.
+// One run's wall time, the child's processor time (user and system) and its
+// peak resident set.
 struct Run {
   double seconds = 0;
+  double cpu = 0;
   long peak_kib = 0;
   bool good = false;
 };
@@ -67,6 +71,8 @@ Run run_in(const std::string& dir, const std::string& program, const char* name)
   const bool waited = wait4(pid, &status, 0, &usage) == pid;
   run.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   run.peak_kib = usage.ru_maxrss;
+  run.cpu = usage.ru_utime.tv_sec + usage.ru_utime.tv_usec / 1e6 + usage.ru_stime.tv_sec +
+            usage.ru_stime.tv_usec / 1e6;
   run.good = waited && WIFEXITED(status) && WEXITSTATUS(status) == 0;
   return run;
 }
@@ -120,9 +126,9 @@ bool bench_place(const std::string& base, int rounds, const std::vector<std::str
   // Start-up: the yardstick (slot np) and the programs take turns, starting
   // one further every run. The log grows by a few lines a run and never
   // rotates here.
-  std::vector<std::vector<double>> ratio(np), ms(np);
+  std::vector<std::vector<double>> ratio(np), cpu_ratio(np), ms(np);
   for (int round = 0; round < rounds; ++round) {
-    std::vector<double> sum(np + 1);
+    std::vector<double> sum(np + 1), cpu(np + 1);
     for (int run = 0; run < kStartRuns; ++run) {
       for (size_t k = 0; k <= np; ++k) {
         const size_t p = (k + static_cast<size_t>(run + round)) % (np + 1);
@@ -130,10 +136,12 @@ bool bench_place(const std::string& base, int rounds, const std::vector<std::str
                               : run_in(empty, programs[p], "./setup");
         good = r.good && good;
         sum[p] += r.seconds;
+        cpu[p] += r.cpu;
       }
     }
     for (size_t p = 0; p < np; ++p) {
       ratio[p].push_back(sum[p] / sum[np]);
+      cpu_ratio[p].push_back(cpu[p] / cpu[np]);
       ms[p].push_back(sum[p] / kStartRuns * 1000);
     }
   }
@@ -142,6 +150,7 @@ bool bench_place(const std::string& base, int rounds, const std::vector<std::str
   // turned order every other round, the programs taking turns.
   std::vector<std::vector<std::vector<double>>> seconds(np, std::vector<std::vector<double>>(nc));
   auto peak = seconds;
+  auto cpu = seconds;
   std::vector<std::vector<double>> start_seconds(np), start_peak(np);
   for (int round = 0; round < rounds; ++round) {
     for (size_t k = 0; k <= nc; ++k) {
@@ -158,6 +167,7 @@ bool bench_place(const std::string& base, int rounds, const std::vector<std::str
         const Run r = fresh_run(cases[c], programs[p]);
         good = r.good && good;
         seconds[p][c].push_back(r.seconds);
+        cpu[p][c].push_back(r.cpu);
         peak[p][c].push_back(static_cast<double>(r.peak_kib));
       }
     }
@@ -167,6 +177,7 @@ bool bench_place(const std::string& base, int rounds, const std::vector<std::str
     std::printf("%s, %s, %d rounds:\n", base.c_str(), programs[p].c_str(), rounds);
     print_spread("  start-up, menu then exit: %.2f (%.2f-%.2f) x a static C program doing nothing",
                  ratio[p]);
+    print_spread(" (processor time %.2f, %.2f-%.2f)", cpu_ratio[p]);
     print_spread(", %.2f (%.2f-%.2f) ms\n", ms[p]);
     const double start_s = bench::spread(start_seconds[p]).median;
     const double start_kib = bench::spread(start_peak[p]).median;
@@ -174,11 +185,13 @@ bool bench_place(const std::string& base, int rounds, const std::vector<std::str
     for (size_t c = 0; c < nc; ++c) {
       const bench::Spread t = bench::spread(seconds[p][c]);
       const bench::Spread m = bench::spread(peak[p][c]);
+      const bench::Spread u = bench::spread(cpu[p][c]);
       std::printf(
-          "  %6d settings: %.3f s (%.3f-%.3f), peak %.1f MB (%.1f-%.1f); a setting %.2f us, "
-          "%.0f B\n",
-          kSettings[c], t.median, t.min, t.max, m.median / 1024, m.min / 1024, m.max / 1024,
-          (t.median - start_s) / kSettings[c] * 1e6, (m.median - start_kib) * 1024 / kSettings[c]);
+          "  %6d settings: %.3f s (%.3f-%.3f), processor %.3f s (%.3f-%.3f), peak %.1f MB "
+          "(%.1f-%.1f); a setting %.2f us, %.0f B\n",
+          kSettings[c], t.median, t.min, t.max, u.median, u.min, u.max, m.median / 1024,
+          m.min / 1024, m.max / 1024, (t.median - start_s) / kSettings[c] * 1e6,
+          (m.median - start_kib) * 1024 / kSettings[c]);
     }
   }
   std::fflush(stdout);
