@@ -32,41 +32,81 @@ bool valid_index(const Ini* ini, int32_t index) { return ini && index >= 0 && in
 
 Item* item_at(const Ini* ini, int32_t index) { return ini->data->data[index]; }
 
-const char* name_at(const Ini* ini, int32_t index) { return ini->list[index].setting.get(); }
+const char* name_at(const Ini* ini, int32_t index) { return ini->list[index].setting; }
 
 Xtra* xtra_new(XtraFn fn, SettingMode flag) { return new Xtra{fn, flag}; }
 
-std::unique_ptr<char[]> name_copy(const char* name) {
-  return std::unique_ptr<char[]>(s_strdup(name));
+// FNV-1a over the name's bytes, folded through charmap for a folded index.
+uint64_t name_hash(std::string_view name, bool folded) {
+  uint64_t hash = 14695981039346656037ull;
+  for (char c : name) {
+    hash ^= folded ? fold(c) : static_cast<unsigned char>(c);
+    hash *= 1099511628211ull;
+  }
+  return hash ^ (hash >> 32);
 }
 
-std::string folded(std::string_view name) {
-  std::string out(name);
-  for (char& c : out) c = static_cast<char>(charmap[static_cast<unsigned char>(c)]);
-  return out;
+// Whether the row text `row` is `name`, folded or exactly.
+bool same_name(std::string_view name, const char* row, bool folded) {
+  for (char c : name) {
+    if (*row == '\0' || (folded ? fold(c) != fold(*row) : c != *row)) return false;
+    ++row;
+  }
+  return *row == '\0';
 }
 
-int32_t lookup(const IniNameIndex& index, std::string_view name, int32_t items) {
-  auto it = index.find(name);
-  if (it == index.end() || it->second >= items) return -1;
-  return it->second;
+// The slot that holds `name`, or the free slot where it would go. The index
+// must have slots.
+size_t probe(const Ini* ini, const IniNameIndex& index, std::string_view name) {
+  const size_t mask = index.slots.size() - 1;
+  for (size_t at = name_hash(name, index.folded) & mask;; at = (at + 1) & mask) {
+    const int32_t setting = index.slots[at];
+    if (setting < 0 || same_name(name, name_at(ini, setting), index.folded)) return at;
+  }
+}
+
+int32_t lookup(const Ini* ini, const IniNameIndex& index, std::string_view name) {
+  return index.slots.empty() ? -1 : index.slots[probe(ini, index, name)];
+}
+
+// Records `setting` under its name unless an earlier setting has the name.
+void index_insert(const Ini* ini, IniNameIndex& index, int32_t setting) {
+  const size_t at = probe(ini, index, name_at(ini, setting));
+  if (index.slots[at] >= 0) return;
+  index.slots[at] = setting;
+  ++index.used;
+}
+
+// Gives the index room for `names` names at most half full, keeping what
+// it holds.
+void index_reserve(const Ini* ini, IniNameIndex& index, size_t names) {
+  if (2 * names <= index.slots.size()) return;
+  size_t size = 16;
+  while (size < 2 * names) size *= 2;
+  std::vector<int32_t> old(size, -1);
+  old.swap(index.slots);
+  index.used = 0;
+  for (int32_t setting : old) {
+    if (setting >= 0) index_insert(ini, index, setting);
+  }
 }
 
 int32_t find_exact(const Ini* ini, const char* name) {
   if (!ini || !name || ini->list.empty()) return -1;
-  return lookup(ini->by_name, name, ini->items);
+  return lookup(ini, ini->by_name, name);
 }
 
 int32_t find_folded(const Ini* ini, std::string_view name) {
-  return lookup(ini->by_folded, folded(name), ini->items);
+  return lookup(ini, ini->by_folded, name);
 }
 
 // Records the setting at `index` in both name indexes unless an earlier
 // setting already has the name.
 void index_name(Ini* ini, int32_t index) {
-  const char* name = name_at(ini, index);
-  ini->by_name.emplace(name, index);
-  ini->by_folded.emplace(folded(name), index);
+  for (IniNameIndex* names : {&ini->by_name, &ini->by_folded}) {
+    index_reserve(ini, *names, static_cast<size_t>(names->used) + 1);
+    index_insert(ini, *names, index);
+  }
 }
 
 // The first value of an Item without moving its cursor.
@@ -106,7 +146,7 @@ bool append_setting(Ini* ini, const char* name, SettingMode mode, std::unique_pt
   }
   if (!array_add(ini->data, item.get())) return false;
   item.release();
-  ini->list[index] = IniRow{name_copy(name), mode};
+  ini->list[index] = IniRow{ini->names.add(name), mode};
   recount(ini);
   index_name(ini, index);
   return true;
@@ -116,8 +156,11 @@ bool append_setting(Ini* ini, const char* name, SettingMode mode, std::unique_pt
 void clear_declarations(Ini* ini) {
   array_empty_dealloc(ini->data);
   ini->list.clear();
-  ini->by_name.clear();
-  ini->by_folded.clear();
+  ini->names.release();
+  for (IniNameIndex* names : {&ini->by_name, &ini->by_folded}) {
+    names->slots.clear();
+    names->used = 0;
+  }
   recount(ini);
 }
 
@@ -215,6 +258,31 @@ bool has_extension(const char* path) {
 
 Item::~Item() { list_free_dealloc(&values); }
 
+char* IniTexts::add(std::string_view text) {
+  const size_t need = text.size() + 1;
+  if (need > room_) {
+    // Blocks double from 1 KiB to 64 KiB, so that a small store stays small.
+    block_size_ = std::clamp(2 * block_size_, size_t{1024}, size_t{65536});
+    const size_t size = std::max(block_size_, need);
+    blocks_.push_back(std::make_unique_for_overwrite<char[]>(size));
+    next_ = blocks_.back().get();
+    room_ = size;
+  }
+  char* at = next_;
+  std::memcpy(at, text.data(), text.size());
+  at[text.size()] = '\0';
+  next_ += need;
+  room_ -= need;
+  return at;
+}
+
+void IniTexts::release() {
+  std::vector<std::unique_ptr<char[]>>().swap(blocks_);
+  block_size_ = 0;
+  next_ = nullptr;
+  room_ = 0;
+}
+
 Ini::~Ini() {
   array_free_dealloc(&data);
   array_free_fn(&xtra, ini_free_xtra);
@@ -240,7 +308,10 @@ void ini_setup(Ini* ini, const SettingList* table, const int32_t* assoc, int use
   while (table[rows].setting) ++rows;
   if (!ini->list.empty()) clear_declarations(ini);
   if (!resize_table(ini, static_cast<size_t>(rows) + 1)) return;
+  // Room for every row at once, so that nothing grows while they go in.
   array_setup(ini->data, rows, ini->data->block);
+  index_reserve(ini, ini->by_name, static_cast<size_t>(rows));
+  index_reserve(ini, ini->by_folded, static_cast<size_t>(rows));
   for (int32_t i = 0; i < rows; ++i) {
     auto item = std::make_unique<Item>();
     if (use_dflts && table[i].dflt) list_add(item->values, s_strdup(table[i].dflt));
@@ -255,7 +326,9 @@ void ini_setup(Ini* ini, const SettingList* table, const int32_t* assoc, int use
       emsg("Ini association index %d invalid.", from);
       continue;
     }
-    item_at(ini, from)->assoc.push_back(to);
+    Item* item = item_at(ini, from);
+    if (!item->assoc) item->assoc = std::make_unique<std::vector<int32_t>>();
+    item->assoc->push_back(to);
     dmsg("Ini association index %d->%d added", from, to);
   }
 }
@@ -299,14 +372,14 @@ const char* ini_label(const Ini* ini, int32_t index) {
 Array<char>* ini_label_array(const Ini* ini) {
   if (!ini || ini->list.empty()) return nullptr;
   Array<char>* names = array_init<char>();
-  for (int32_t i = 0; i < ini->items; ++i) array_add(names, ini->list[i].setting.get());
+  for (int32_t i = 0; i < ini->items; ++i) array_add(names, ini->list[i].setting);
   return names;
 }
 
 Linklist<char>* ini_label_list(const Ini* ini) {
   if (!ini || ini->list.empty()) return nullptr;
   Linklist<char>* names = list_init<char>();
-  for (int32_t i = 0; i < ini->items; ++i) list_add(names, ini->list[i].setting.get());
+  for (int32_t i = 0; i < ini->items; ++i) list_add(names, ini->list[i].setting);
   return names;
 }
 
@@ -314,7 +387,7 @@ Array<char>* ini_label_wild(const Ini* ini, const char* wild) {
   if (!ini || !wild) return nullptr;
   Array<char>* names = array_init<char>();
   for (int32_t i = 0; i < ini->items; ++i) {
-    if (wild_match(name_at(ini, i), wild)) array_add(names, ini->list[i].setting.get());
+    if (wild_match(name_at(ini, i), wild)) array_add(names, ini->list[i].setting);
   }
   return names;
 }
@@ -334,10 +407,10 @@ const char* ini_value(Ini* ini, int32_t index) {
   list_start(item->values);
   if (const char* value = list_get(item->values)) return value;
   // A setting already being read further up this chain ends the chain.
-  if (item->reading) return nullptr;
+  if (!item->assoc || item->reading) return nullptr;
   item->reading = true;
   const char* result = nullptr;
-  for (int32_t link : item->assoc) result = ini_value(ini, link);
+  for (int32_t link : *item->assoc) result = ini_value(ini, link);
   item->reading = false;
   return result;
 }

@@ -17,7 +17,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "lib/array.h"
@@ -103,8 +102,10 @@ struct Xtra {
 // The values of one setting.
 struct Item {
   Linklist<char>* values = list_init<char>();  // new[] texts in order; reads move its cursor
-  std::vector<int32_t> assoc;  // indexes of the settings read, in order, when there is no value
-  bool reading = false;        // set while a read follows this setting's associations
+  // Indexes of the settings read, in order, when there is no value; null
+  // while there are none, as for nearly every setting.
+  std::unique_ptr<std::vector<int32_t>> assoc;
+  bool reading = false;  // set while a read follows this setting's associations
 
   Item() = default;
   Item(const Item&) = delete;
@@ -112,25 +113,45 @@ struct Item {
   ~Item();
 };
 
-// The store's own copy of one declaration row. The name lives in its own
-// new[] text so that pointers to it stay valid when the table grows.
+// Texts packed one after another in blocks that never move, so that a text
+// keeps its address while more are added and one allocation serves many.
+// They are released all together.
+class IniTexts {
+ public:
+  // A terminated copy of text that lives until release().
+  char* add(std::string_view text);
+  void release();
+
+ private:
+  std::vector<std::unique_ptr<char[]>> blocks_;
+  size_t block_size_ = 0;  // of the newest block
+  char* next_ = nullptr;   // free space in the newest block
+  size_t room_ = 0;
+};
+
+// The store's own copy of one declaration row. The name is kept in the
+// store's `names`, so that pointers to it stay valid when the table grows.
 struct IniRow {
-  std::unique_ptr<char[]> setting;
+  char* setting = nullptr;
   SettingMode mode = Ini_None;
 };
 
-// Hashing that accepts std::string_view keys, so lookups need no copy.
-struct IniNameHash {
-  using is_transparent = void;
-  size_t operator()(std::string_view s) const { return std::hash<std::string_view>()(s); }
+// A hash index from names to the first setting that carries each. It holds
+// setting indexes only, never a copy of a name: the names compared are the
+// rows' own texts. A folded index tells A-Z from a-z apart nowhere; its hash
+// and comparison fold both sides as they go, so a lookup copies nothing.
+struct IniNameIndex {
+  std::vector<int32_t> slots;  // open addressing, a power of two in size; -1 is free
+  int32_t used = 0;            // slots taken
+  bool folded = false;
 };
-using IniNameIndex = std::unordered_map<std::string, int32_t, IniNameHash, std::equal_to<>>;
 
 struct Ini {
   // Declarations in index order. The table is absent while empty; otherwise
   // it has `size` rows, of which those from `items` on are free and the one
   // at `items` ends the table.
   std::vector<IniRow> list;
+  IniTexts names;               // the rows' names
   Array<Xtra>* xtra = nullptr;  // registered transforms; null until the first
   IniMode mode = Ini_DefaultMode;
   // Both counts mirror the containers (items: data's elements, size: list's
@@ -142,7 +163,7 @@ struct Ini {
   // Name to first index, exactly and with A-Z folded to a-z. Later settings
   // of the same name are shadowed, so only the first index is kept.
   IniNameIndex by_name;
-  IniNameIndex by_folded;
+  IniNameIndex by_folded{{}, 0, true};
 
   ~Ini();
 };

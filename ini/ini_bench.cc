@@ -1,8 +1,8 @@
 // Times the loading of product data files whose settings each refer to the
 // one before, so that the cost per setting of declaring and expanding can be
-// compared between a small and a large file. Every value expands to the same
-// short text, so each setting costs one lookup and one substitution and the
-// time per setting should not grow with the file.
+// compared between small and large files, and the growth fitted. Every value
+// expands to the same short text, so each setting costs one lookup and one
+// substitution and the time per setting should not grow with the file.
 #include <stdlib.h>
 
 #include <filesystem>
@@ -43,6 +43,7 @@ void LoadDatfile(benchmark::State& state, bool logging) {
   if (logging) {
     log = log_init(LogDebug);
     log_open(log, dir.log().c_str());
+    log_doflush(log, 1);  // as the program runs
     log_set(log);
   }
   for (auto _ : state) {
@@ -52,6 +53,7 @@ void LoadDatfile(benchmark::State& state, bool logging) {
     clear_datfile();
     ini_free(&ini);
   }
+  state.SetComplexityN(settings);
   state.SetItemsProcessed(state.iterations() * settings);
   if (log) {
     log_set(nullptr);
@@ -62,8 +64,18 @@ void LoadDatfile(benchmark::State& state, bool logging) {
 void BM_LoadDatfileLogged(benchmark::State& state) { LoadDatfile(state, true); }
 void BM_LoadDatfileQuiet(benchmark::State& state) { LoadDatfile(state, false); }
 
-BENCHMARK(BM_LoadDatfileLogged)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_LoadDatfileQuiet)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_LoadDatfileLogged)
+    ->Arg(1000)
+    ->Arg(10000)
+    ->Arg(100000)
+    ->Unit(benchmark::kMillisecond)
+    ->Complexity(benchmark::oN);
+BENCHMARK(BM_LoadDatfileQuiet)
+    ->Arg(1000)
+    ->Arg(10000)
+    ->Arg(100000)
+    ->Unit(benchmark::kMillisecond)
+    ->Complexity(benchmark::oN);
 
 }  // namespace
 }  // namespace inst

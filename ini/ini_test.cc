@@ -195,6 +195,27 @@ TEST_F(IniTest, NamesStayValidWhileTheStoreGrowsAndBadArgumentsGiveZeroOrNull) {
   EXPECT_STREQ(buffer, "abc");
 }
 
+// The name indexes grow as settings are created: every name keeps leading
+// to its first setting, exactly and (for references expanded in the store)
+// without regard to case.
+TEST_F(IniTest, LookupsFindTheFirstSettingOfANameWhileTheStoreGrows) {
+  Declare({{"a", "1", Ini_Replace}, {"B", "2", Ini_Replace}, {"a", "3", Ini_Replace}});
+  for (int i = 0; i < 200; ++i) {
+    const std::string name = "n" + std::to_string(i);
+    ASSERT_EQ(ini_add_name(ini_, name.c_str(), "v"), 1);
+  }
+  ASSERT_EQ(ini_add_name(ini_, "ref", "$(b)$(A)$(N150)$(n199)$(zz)"), 1);
+  for (int i = 0; i < 200; ++i) {
+    ASSERT_EQ(ini_index(ini_, ("n" + std::to_string(i)).c_str()), 3 + i) << i;
+  }
+  const std::pair<const char*, int32_t> exact[] = {{"a", 0}, {"B", 1}, {"b", -1}, {"N1", -1}};
+  for (const auto& [name, index] : exact) EXPECT_EQ(ini_index(ini_, name), index) << name;
+  // Created settings are not substituted: a reference to one that is found
+  // becomes empty, one to an unknown name stays.
+  ASSERT_EQ(ini_process(ini_), 1);
+  EXPECT_EQ(ValuesOf("ref"), Values{"21$(zz)"});
+}
+
 // The expanders over one store: "dir" holds /opt/x, "nested" an unexpanded
 // reference, "none" no value.
 class ExpandTest : public IniTest {

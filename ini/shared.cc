@@ -1,11 +1,12 @@
 // The product data file.
 #include "ini/shared.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <optional>
-#include <string>
+#include <memory>
+#include <string_view>
 #include <vector>
 
 #include "lib/host.h"
@@ -20,23 +21,14 @@ SettingList* _settings = nullptr;
 
 namespace {
 
-// One declaration row with its texts owned.
-struct OwnedRow {
-  std::string setting;
-  std::optional<std::string> dflt;  // none: the setting starts without a value
-  SettingMode mode;
-};
-
-// The rows in order, and the table that _settings points to: made once
-// every row is read, its texts point into `owned`, which is left alone
-// until clear_datfile().
-std::vector<OwnedRow> owned;
+// The rows in order, their texts in `texts`; _settings points into `table`
+// once every row is read and the terminator added.
+IniTexts texts;
 std::vector<SettingList> table;
 
 // An empty or null default leaves the setting without a value.
 void add_row(const char* name, const char* dflt, SettingMode mode) {
-  owned.push_back(
-      OwnedRow{name, dflt && *dflt ? std::optional<std::string>(dflt) : std::nullopt, mode});
+  table.push_back(SettingList{texts.add(name), dflt && *dflt ? texts.add(dflt) : nullptr, mode});
 }
 
 // Rows 0 to 3: the machine and the run.
@@ -57,14 +49,12 @@ void add_builtins() {
   add_row("action", "install", Ini_None);
 }
 
-// Points _settings at a table of the rows read, ended by a null row.
+// Ends the table with a null row and points _settings at it.
 void publish_table() {
-  table.reserve(owned.size() + 1);
-  for (const OwnedRow& row : owned) {
-    table.push_back(
-        SettingList{row.setting.c_str(), row.dflt ? row.dflt->c_str() : nullptr, row.mode});
-  }
   table.push_back(SettingList{nullptr, nullptr, Ini_None});
+  // The table is kept until the end of the run: give back what its growth
+  // left unused.
+  table.shrink_to_fit();
   _settings = table.data();
 }
 
@@ -98,7 +88,7 @@ int load_datfile(Ini* ini, const char* file) {
 void clear_datfile() {
   _settings = nullptr;
   std::vector<SettingList>().swap(table);
-  std::vector<OwnedRow>().swap(owned);
+  texts.release();
 }
 
 }  // namespace inst

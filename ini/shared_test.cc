@@ -79,6 +79,31 @@ TEST_F(DatfileTest, LinesSplitIntoNameAndValueAndLongLinesComeInPieces) {
   EXPECT_STREQ(ini_value_name(ini_, "dup"), "1");
 }
 
+// The rows' texts fill several blocks of storage; every row keeps its own.
+TEST_F(DatfileTest, ManyRowsKeepTheirTextsInTableAndStore) {
+  std::string text;
+  Lines expected;
+  for (int i = 0; i < 3000; ++i) {
+    const std::string name = "s" + std::to_string(i);
+    const std::string value(static_cast<size_t>(i % 7 == 0 ? 990 : i % 40), 'a' + i % 26);
+    text += name + " " + value + "\n";
+    expected.push_back(name + "=" + (value.empty() ? "(null)" : value));
+  }
+  ASSERT_EQ(Load(text), 1);
+  Lines rows;
+  int32_t count = 0;
+  for (; _settings[count].setting; ++count) {
+    const char* dflt = _settings[count].dflt;
+    rows.push_back(std::string(_settings[count].setting) + "=" + (dflt ? dflt : "(null)"));
+  }
+  EXPECT_EQ(count, ini_items(ini_));
+  Lines store = Settings();
+  rows.erase(rows.begin(), rows.begin() + 4);
+  store.erase(store.begin(), store.begin() + 4);
+  EXPECT_EQ(rows, expected);
+  EXPECT_EQ(store, expected);
+}
+
 TEST_F(DatfileTest, MissingFileIsLoggedAndDeclaresNothing) {
   const std::string path = dir_.Path("absent.dat");
   EXPECT_EQ(load_datfile(ini_, path.c_str()), 0);

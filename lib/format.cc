@@ -220,6 +220,12 @@ void walk(char* buffer, size_t size, const char* f, va_list* ap, size_t* count) 
       case 'S': {
         const char* text = va_arg(*ap, const char*);
         if (text == nullptr) text = "(NULL)";
+        if (c.flags == 0 && c.width < 0 && !c.star_width && c.precision < 0) {
+          // A bare "%s" prints the text as it is: copied straight, as
+          // render() would keep it, without the C library's round trips.
+          written = scpy(dst, text, room > INT_MAX ? INT_MAX : static_cast<int>(room));
+          break;
+        }
         const int limit = c.star_precision ? c.precision_value : c.precision;
         bound_sizes(&c, room, Kind::Text,
                     strnlen(text, limit >= 0 ? static_cast<size_t>(limit) : SIZE_MAX));

@@ -1,14 +1,17 @@
 // The log and the message calls.
 #include "lib/log.h"
 
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "lib/format.h"
@@ -39,10 +42,9 @@ unsigned long ErrorCount = 0;
 std::string bounded_path(const char* path) { return std::string(path, strnlen(path, kMessageMax)); }
 
 // Adds n written bytes to the log's size, stopping at the largest value.
-void grow_size(Log* log, int n) {
-  if (n <= 0) return;
+void grow_size(Log* log, size_t n) {
   const uint32_t room = UINT32_MAX - log->Size;
-  log->Size += static_cast<uint32_t>(n) < room ? static_cast<uint32_t>(n) : room;
+  log->Size += n < room ? static_cast<uint32_t>(n) : room;
 }
 
 void count_line(Log* log) {
@@ -67,6 +69,72 @@ void adopt_if_none(Log* log) {
   if (CurrentLog) return;
   CurrentLog = log;
   check_emsglog();
+}
+
+// The start of every line, "<time> [<pid>] ": asctime's text cut to 20
+// characters (it ends with the blank after the seconds), then the process
+// id. Formatting it for every line would cost more than the rest of the
+// line, so it is made again only when the second or the process changes.
+struct LinePrefix {
+  bool made = false;
+  time_t second = 0;
+  pid_t pid = 0;
+  char text[64] = "";
+  size_t length = 0;
+};
+
+LinePrefix prefix;
+
+// A forked child has a process id of its own and makes its prefix afresh.
+void forget_prefix() { prefix.made = false; }
+
+const LinePrefix& line_prefix() {
+  // Asking for the process id is a system call: it is asked for only when
+  // the prefix is made, since every fork is noticed. Should the watch not be
+  // set up, it is asked for every line.
+  static const bool watching_forks = pthread_atfork(nullptr, nullptr, forget_prefix) == 0;
+  const time_t now = std::time(nullptr);
+  if (prefix.made && prefix.second == now && (watching_forks || prefix.pid == getpid())) {
+    return prefix;
+  }
+  const pid_t pid = getpid();
+  struct tm local;
+  char stamp[64];
+  const char* when = "";
+  if (localtime_r(&now, &local) && asctime_r(&local, stamp)) when = stamp;
+  const int n =
+      std::snprintf(prefix.text, sizeof prefix.text, "%.20s [%d] ", when, static_cast<int>(pid));
+  prefix.length = n > 0 ? static_cast<size_t>(n) : 0;
+  prefix.second = now;
+  prefix.pid = pid;
+  prefix.made = true;
+  return prefix;
+}
+
+// Writes "<prefix><level name>: <text>\n" to the stream in one piece;
+// returns the number of characters written.
+size_t write_line(FILE* f, LogLevel level, const char* text) {
+  const LinePrefix& start = line_prefix();
+  const std::string_view name = LevelNames[level];
+  const std::string_view body = text;
+  char line[kLineSize + 128];
+  const size_t total = start.length + name.size() + 2 + body.size() + 1;
+  // Message bodies are at most kMessageMax characters and always fit; a
+  // longer text handed to log_line() directly is put together on the heap.
+  std::string long_line;
+  char* out = line;
+  if (total > sizeof line) {
+    long_line.resize(total);
+    out = long_line.data();
+  }
+  char* at = out;
+  at = std::copy_n(start.text, start.length, at);
+  at = std::copy(name.begin(), name.end(), at);
+  *at++ = ':';
+  *at++ = ' ';
+  at = std::copy(body.begin(), body.end(), at);
+  *at++ = '\n';
+  return std::fwrite(out, 1, total, f);
 }
 
 // Information and debug messages: the level is tested before formatting,
@@ -171,14 +239,7 @@ void log_flush(Log* log) {
 void log_line(Log* log, const char* text, LogLevel level) {
   if (!log || !text || level < LogNone || level > LogDebug || log->Level < level) return;
   if (!ensure_open(log)) return;
-  const time_t now = std::time(nullptr);
-  struct tm local;
-  char stamp[64];
-  const char* when = "";
-  if (localtime_r(&now, &local) && asctime_r(&local, stamp)) when = stamp;
-  const int n = std::fprintf(log->F, "%.20s [%d] %s: %s\n", when, static_cast<int>(getpid()),
-                             LevelNames[level], text);
-  grow_size(log, n);
+  grow_size(log, write_line(log->F, level, text));
   if (log->Size >= log->Rotate) {
     log_rotate(log);
   } else if (log->DoFlush != 0 && log->Lines % log->DoFlush == 0) {
@@ -238,7 +299,7 @@ void log_raw(const char* format, ...) {
   va_end(args);
   // Differs from a message line on purpose: no level test, a fixed rotation
   // size and a bitwise flush test.
-  grow_size(log, static_cast<int>(std::fwrite(body, 1, static_cast<size_t>(len), log->F)));
+  grow_size(log, std::fwrite(body, 1, static_cast<size_t>(len), log->F));
   if (log->Size >= kRawRotate) {
     log_rotate(log);
   } else if (log->DoFlush != 0 && (log->Lines & log->DoFlush) == 0) {

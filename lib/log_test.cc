@@ -1,11 +1,13 @@
 #include "lib/log.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <ctime>
 #include <filesystem>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -28,6 +30,48 @@ TEST_F(LogTest, LineHasTimeWithoutYearThenPidLevelAndText) {
   ASSERT_EQ(strptime(line.c_str(), "%a %b %d %H:%M:%S", &when), line.c_str() + 19) << line;
   EXPECT_EQ(line.substr(19), "  [" + std::to_string(getpid()) + "] Info: hello 5\n");
   EXPECT_EQ(line.size(), log_->Size);
+}
+
+// The time and process id that start a line are made once and kept: lines
+// written in a later second, or by a forked child, must not reuse them.
+TEST_F(LogTest, TimeAndProcessIdFollowTheClockAndForks) {
+  imsg("first");
+  const time_t first = std::time(nullptr);
+  while (std::time(nullptr) == first) usleep(20000);
+  const time_t now = std::time(nullptr);  // a second has just begun
+  struct tm local;
+  char stamp[64];
+  const std::string next(asctime_r(localtime_r(&now, &local), stamp), 20);
+  imsg("next");
+  log_flush(log_);  // the child must not write the parent's buffered lines again
+  const pid_t child = fork();
+  if (child == 0) {
+    imsg("child");
+    log_flush(log_);
+    _exit(0);
+  }
+  ASSERT_GT(child, 0);
+  ASSERT_EQ(waitpid(child, nullptr, 0), child);
+  std::istringstream in(dir_.Read("test.log"));
+  Lines lines;
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  ASSERT_EQ(lines.size(), 3u);
+  EXPECT_EQ(lines[1], next + " [" + std::to_string(getpid()) + "] Info: next");
+  EXPECT_EQ(lines[2].substr(20), " [" + std::to_string(child) + "] Info: child");
+}
+
+// A text handed to log_line() directly may be longer than any message body.
+TEST_F(LogTest, LineWritesTheWholeTextGivenToIt) {
+  for (size_t length : {size_t{0}, size_t{999}, size_t{1200}, size_t{5000}}) {
+    const std::string before = dir_.Read("test.log");
+    const std::string text(length, 'y');
+    log_line(log_, text.c_str(), LogError);
+    log_flush(log_);
+    const std::string written = dir_.Read("test.log").substr(before.size());
+    EXPECT_EQ(written.substr(20), " [" + std::to_string(getpid()) + "] Error: " + text + "\n")
+        << "length " << length;
+    EXPECT_EQ(log_->Size, before.size() + written.size()) << "length " << length;
+  }
 }
 
 TEST_F(LogTest, LevelDecidesWhichMessagesAreWritten) {
