@@ -15,6 +15,7 @@
 
 #include "ini/ini.h"
 #include "lib/limits.h"
+#include "lib/lines.h"
 #include "lib/log.h"
 #include "lib/paths.h"
 #include "lib/strings.h"
@@ -25,7 +26,6 @@ namespace {
 
 constexpr size_t kVarsSize = 10000;     // work size of replace_vars, terminator included
 constexpr size_t kVarsPieceMax = 8999;  // longest value or tail replace_vars copies
-constexpr int kTemplateLine = 3000;     // an Ini template is read in pieces of this size
 constexpr char kFieldSeparators[] = " \t";
 
 // The message of the last Error command that fired.
@@ -82,23 +82,36 @@ int has_type(const Copy* copy, int index, CType type) {
   return cmd != nullptr && cmd->type == type ? 1 : 0;
 }
 
-// Whether the header text after "[" names `section`: a "]" counts only as
-// the last character, and letters match in either case.
-bool header_names(char* name, const char* section) {
-  const size_t length = std::strlen(name);
-  if (length > 0 && name[length - 1] == ']') name[length - 1] = '\0';
-  return s_stricmp(name, section) == 0;
+// The keyword of a command type as scripts write it, or null for type 0.
+const char* keyword_of(int type) {
+  for (const Keyword& k : kKeywords) {
+    if (k.type == type) return k.word;
+  }
+  return nullptr;
+}
+
+// The words a command of this type takes after its keyword, for problems.
+std::string usage(int type) {
+  if (type == Error) return "setting message";
+  std::string words = "source";
+  if (takes_not(type)) words += " not";
+  if (takes_dest(type)) words += " dest";
+  return words + " [control [compare]]";
 }
 
 // Fills cmd from one trimmed script line (cut in place into words). Returns
 // false when the line is to be dropped: no words, or a field its keyword
-// needs is missing (each missing field logged).
-bool parse_line(char* line, CCmd* cmd) {
+// needs is missing (each missing field logged). An unknown keyword or a
+// dropped line is described in *problem.
+bool parse_line(char* line, CCmd* cmd, std::string* problem) {
   char* next = nullptr;
   const char* word = s_strtok(line, kFieldSeparators, &next);
   if (word == nullptr) return false;
   const int type = keyword_type(word);
-  if (type == 0) cerror("Unknown copy type '%s'", word);
+  if (type == 0) {
+    cerror("Unknown copy type '%s'", word);
+    *problem = std::string("unknown command '") + word + "'";
+  }
   dmsg("Copy line 'type' is [%d]", type);
   cmd->type = static_cast<CType>(type);
 
@@ -119,7 +132,16 @@ bool parse_line(char* line, CCmd* cmd) {
   if (takes_dest(type)) {
     take(&cmd->dest, "Missing copy destination path", "Copy line 'destination' is [%s]");
   }
-  if (missing) return false;
+  if (missing) {
+    if (type == 0) {
+      *problem += ": the line is dropped";
+    } else {
+      *problem = std::string("too few words for ") + keyword_of(type) + " (" + usage(type) +
+                 "): the line is dropped";
+    }
+    return false;
+  }
+  if (type == 0) *problem += ": the line is kept and fails when it runs";
 
   if (type == Error) {
     // The message is the rest of the line after the one separator that
@@ -381,25 +403,26 @@ int copy_load(Copy* copy, const char* file, const char* section) {
   errno = 0;
   copy->list.clear();
   copy->count = 0;
+  copy->problems.clear();
   bool in_section = false;
-  char buffer[kLineSize];
-  int line_number = 0;
-  bool line_ended = true;  // the last piece read ended its line
-  while (std::fgets(buffer, sizeof buffer, in.f) != nullptr) {
-    if (line_ended) ++line_number;
-    line_ended = std::strchr(buffer, '\n') != nullptr;
-    char* line = s_strtrm(buffer);
+  LineReader reader(in.f);
+  while (char* piece = reader.next()) {
+    char* line = s_strtrm(piece);
     if (*line == '\0' || *line == '#') continue;
     if (*line == '[') {
       if (in_section) break;
-      in_section = header_names(line + 1, section);
+      in_section = s_stricmp(section_name(line), section) == 0;
       continue;
     }
     if (!in_section) continue;
+    if (reader.tail()) note_tail(&copy->problems, reader);
     dmsg("Process .cpy file line [%s]", line);
     CCmd cmd;
-    cmd.line = line_number;
-    if (!parse_line(line, &cmd)) continue;
+    cmd.line = reader.line();
+    std::string problem;
+    const bool kept = parse_line(line, &cmd, &problem);
+    if (!problem.empty()) copy->problems.push_back({reader.line(), true, problem});
+    if (!kept) continue;
     if (copy->ini != nullptr) substitute(copy, &cmd);
     copy->list.push_back(std::move(cmd));
     copy->count = static_cast<uint32_t>(copy->list.size());
@@ -570,7 +593,7 @@ int copy_write_ini(Copy* copy, int index) {
   }
   imsg("Writing INI file '%s' to '%s'", source, dest);
   bool expanded_all = true;
-  char buffer[kTemplateLine];
+  char buffer[kTemplateLineSize];
   while (std::fgets(buffer, sizeof buffer, in.f) != nullptr) {
     const char* line = s_strtrm(buffer);
     if (std::strstr(line, "$(") != nullptr) {

@@ -9,6 +9,7 @@
 
 #include "file/file.h"
 #include "lib/format.h"
+#include "lib/lines.h"
 
 namespace inst {
 
@@ -55,6 +56,9 @@ struct Copy {
   std::vector<CCmd> list;  // the commands in file order
   Ini* ini = nullptr;      // settings store for references and commands; borrowed
   uint32_t count = 0;      // number of valid records in list
+  // What the last load met in its section: unknown commands, lines dropped
+  // for want of a word, lines longer than a piece. Kept for -check.
+  std::vector<Problem> problems;
 };
 
 // A new empty script that reads and writes the settings store `ini` (which
@@ -70,7 +74,8 @@ void copy_setup(Copy* copy, FileFn ok, FileFn fail);
 // section ends at the next header. Every line is read in pieces of at most
 // 999 characters, so the rest of a longer line is read as a line of its own.
 // Lines with an unknown keyword are kept with type 0; lines that lack a
-// field their keyword needs are logged and dropped. With a store, "-" as the
+// field their keyword needs are logged and dropped. Both, and the tails of
+// over-long lines, are also described in copy->problems with their lines. With a store, "-" as the
 // exclusion list means none, and references in `source` and `dest` are
 // expanded (replace_vars). Returns 1 when the section header was found
 // (also for an empty section), else 0; 0 without change for null arguments

@@ -25,6 +25,7 @@ struct OwnedRow {
   std::string setting;
   std::optional<std::string> dflt;  // none: the setting starts without a value
   SettingMode mode;
+  int line;  // of the data file; 0 for the built-in rows
 };
 
 // The rows in order, and the table that _settings points to: made once
@@ -32,11 +33,13 @@ struct OwnedRow {
 // until clear_datfile().
 std::vector<OwnedRow> owned;
 std::vector<SettingList> table;
+// What the last load met.
+std::vector<Problem> problems;
 
 // An empty or null default leaves the setting without a value.
-void add_row(const char* name, const char* dflt, SettingMode mode) {
+void add_row(const char* name, const char* dflt, SettingMode mode, int line = 0) {
   owned.push_back(
-      OwnedRow{name, dflt && *dflt ? std::optional<std::string>(dflt) : std::nullopt, mode});
+      OwnedRow{name, dflt && *dflt ? std::optional<std::string>(dflt) : std::nullopt, mode, line});
 }
 
 // Rows 0 to 3: the machine and the run.
@@ -78,15 +81,17 @@ int load_datfile(Ini* ini, const char* file) {
     return 0;
   }
   clear_datfile();
+  problems.clear();
   add_builtins();
   // A line longer than the buffer arrives in pieces, each taken as a line.
-  char line[kLineSize];
-  while (std::fgets(line, sizeof line, in.f)) {
+  LineReader reader(in.f);
+  while (char* line = reader.next()) {
     char* name;
     char* value;
     if (!ini_split_line(line, &name, &value)) continue;
+    if (reader.tail()) note_tail(&problems, reader);
     dmsg("Adding '%s'='%s'", name, value);
-    add_row(name, value, Ini_Replace);
+    add_row(name, value, Ini_Replace, reader.line());
   }
   s_fclose(&in.f);
   publish_table();
@@ -94,6 +99,13 @@ int load_datfile(Ini* ini, const char* file) {
   ini_process(ini);
   return 1;
 }
+
+int datfile_line(int row) {
+  if (row < 0 || static_cast<size_t>(row) >= owned.size()) return 0;
+  return owned[static_cast<size_t>(row)].line;
+}
+
+const std::vector<Problem>& datfile_problems() { return problems; }
 
 void clear_datfile() {
   _settings = nullptr;
