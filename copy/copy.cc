@@ -82,14 +82,6 @@ int has_type(const Copy* copy, int index, CType type) {
   return cmd != nullptr && cmd->type == type ? 1 : 0;
 }
 
-// The keyword of a command type as scripts write it, or null for type 0.
-const char* keyword_of(int type) {
-  for (const Keyword& k : kKeywords) {
-    if (k.type == type) return k.word;
-  }
-  return nullptr;
-}
-
 // The words a command of this type takes after its keyword, for problems.
 std::string usage(int type) {
   if (type == Error) return "setting message";
@@ -136,7 +128,7 @@ bool parse_line(char* line, CCmd* cmd, std::string* problem) {
     if (type == 0) {
       *problem += ": the line is dropped";
     } else {
-      *problem = std::string("too few words for ") + keyword_of(type) + " (" + usage(type) +
+      *problem = std::string("too few words for ") + copy_keyword(type) + " (" + usage(type) +
                  "): the line is dropped";
     }
     return false;
@@ -308,16 +300,6 @@ int remove_files(Copy* copy, int index) {
   return count;
 }
 
-// Whether the command's controlling setting lets it run.
-bool gate_open(Copy* copy, const CCmd& cmd) {
-  const char* ctl = ini_value_name(copy->ini, cmd.control.get());
-  if (ctl == nullptr) return true;
-  const char* cmp = ini_value_name(copy->ini, cmd.control_cmp.get());
-  if (cmp == nullptr) cmp = cmd.control_cmp.get();
-  if (cmp == nullptr) return istrue(ctl) != 0;
-  return s_stricmp(cmp, ctl) == 0;
-}
-
 // The debug texts of one walk: chown's or chmod's.
 struct WalkTexts {
   Format<> none;
@@ -381,6 +363,13 @@ int walk(const char* path, const char* wild, const char* exclude, const WalkText
 }
 
 }  // namespace
+
+const char* copy_keyword(int type) {
+  for (const Keyword& k : kKeywords) {
+    if (k.type == type) return k.word;
+  }
+  return nullptr;
+}
 
 Copy* copy_init(Ini* ini) {
   Copy* copy = new Copy();
@@ -540,10 +529,21 @@ int copy_process(Copy* copy, unsigned long* files, unsigned long* bytes, int sto
   return 1;
 }
 
+int copy_gate_open(const Copy* copy, int index) {
+  const CCmd* cmd = command(copy, index);
+  if (cmd == nullptr) return 0;
+  const char* ctl = ini_value_name(copy->ini, cmd->control.get());
+  if (ctl == nullptr) return 1;
+  const char* cmp = ini_value_name(copy->ini, cmd->control_cmp.get());
+  if (cmp == nullptr) cmp = cmd->control_cmp.get();
+  if (cmp == nullptr) return istrue(ctl) != 0 ? 1 : 0;
+  return s_stricmp(cmp, ctl) == 0 ? 1 : 0;
+}
+
 int copy_do(Copy* copy, int index, unsigned long* bytes) {
   const CCmd* cmd = command(copy, index);
   if (cmd == nullptr) return 0;
-  if (!gate_open(copy, *cmd)) {
+  if (!copy_gate_open(copy, index)) {
     dmsg("Doing nothing due to controlling setting");
     return -1;
   }
@@ -592,20 +592,7 @@ int copy_write_ini(Copy* copy, int index) {
     return 0;
   }
   imsg("Writing INI file '%s' to '%s'", source, dest);
-  bool expanded_all = true;
-  char buffer[kTemplateLineSize];
-  while (std::fgets(buffer, sizeof buffer, in.f) != nullptr) {
-    const char* line = s_strtrm(buffer);
-    if (std::strstr(line, "$(") != nullptr) {
-      std::unique_ptr<char[]> expanded(replace_vars(copy, line));
-      if (expanded == nullptr) expanded_all = false;
-      std::fputs(str(expanded.get()), out.f);
-    } else {
-      // From the first character: the indentation stays.
-      std::fputs(buffer, out.f);
-    }
-    std::fputc('\n', out.f);
-  }
+  const int expanded_all = copy_expand_template(copy, in.f, out.f);
   int result = 1;
   if (std::ferror(in.f)) {
     cerror("Error reading ini file '%s'", source);
@@ -616,6 +603,25 @@ int copy_write_ini(Copy* copy, int index) {
     result = 0;
   }
   return result;
+}
+
+int copy_expand_template(const Copy* copy, FILE* in, FILE* out) {
+  if (in == nullptr || out == nullptr) return 0;
+  bool expanded_all = true;
+  char buffer[kTemplateLineSize];
+  while (std::fgets(buffer, sizeof buffer, in) != nullptr) {
+    const char* line = s_strtrm(buffer);
+    if (std::strstr(line, "$(") != nullptr) {
+      std::unique_ptr<char[]> expanded(replace_vars(copy, line));
+      if (expanded == nullptr) expanded_all = false;
+      std::fputs(str(expanded.get()), out);
+    } else {
+      // From the first character: the indentation stays.
+      std::fputs(buffer, out);
+    }
+    std::fputc('\n', out);
+  }
+  return expanded_all ? 1 : 0;
 }
 
 int copy_rename(Copy* copy, int index) {

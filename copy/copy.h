@@ -4,6 +4,7 @@
 #define INSTALLER_COPY_COPY_H_
 
 #include <cstdint>
+#include <cstdio>
 #include <memory>
 #include <vector>
 
@@ -60,6 +61,10 @@ struct Copy {
   // for want of a word, lines longer than a piece. Kept for -check.
   std::vector<Problem> problems;
 };
+
+// The keyword of a command type as scripts write it ("CopyFile" for
+// CpyFile); null for a type no keyword gives (0, Cpy, Rm).
+const char* copy_keyword(int type);
 
 // A new empty script that reads and writes the settings store `ini` (which
 // may be null: then nothing is substituted at load).
@@ -151,6 +156,10 @@ char* replace_vars(const Copy* copy, const char* text);
 // the list is reached, also after failures were passed over; 0 for a null
 // script.
 int copy_process(Copy* copy, unsigned long* files, unsigned long* bytes, int stop_on_fail);
+// Whether the command's controlling setting lets it run, as copy_do
+// decides (below): 1 or 0; 0 also for a null script or an index outside the
+// list.
+int copy_gate_open(const Copy* copy, int index);
 // Runs one command. The controlling setting decides first: with `control`
 // naming a setting that has a value, the command runs only when that value
 // equals (without regard to case) the value of the setting `control_cmp`
@@ -173,6 +182,13 @@ int copy_do(Copy* copy, int index, unsigned long* bytes);
 // it fails), when the template cannot be opened ("Error reading ini file
 // '%s'"; dest stays created and empty) or cannot be read to its end.
 int copy_write_ini(Copy* copy, int index);
+// Writes the template read from `in` to `out` as the Ini command does: each
+// piece of at most 2999 characters trimmed, with its references expanded
+// with the script's store when it has any (losing its leading blanks) and
+// as it stands otherwise, and a line end. A read error is left in in's error
+// flag. Returns 1; 0 when a line's references could not be expanded (a null
+// script) or for a null stream.
+int copy_expand_template(const Copy* copy, FILE* in, FILE* out);
 // Rename: renames source to dest. Returns 1; 0 on failure, logged as
 // "Error renaming '%s'->'%s', %s" with an empty third text and the system
 // error after it.

@@ -202,6 +202,13 @@ bool read_http_conf(HttpConf* c, FILE* in, char* errmsg) {
 
 }  // namespace
 
+const char* init_keyword(IItemMode mode) {
+  for (const auto& known : kKeywords) {
+    if (known.mode == mode) return known.word;
+  }
+  return nullptr;
+}
+
 Init::~Init() { array_free_fn(&list, init_item_free); }
 
 Init* init_init() {

@@ -60,6 +60,10 @@ struct Init {
   ~Init();
 };
 
+// The keyword of a probe mode as probe files write it ("HTTP_Root" for
+// IHTTP_Root); null for a mode no keyword gives (0, IHTTP).
+const char* init_keyword(IItemMode mode);
+
 // A new, empty probe list.
 Init* init_init();
 // Releases every record, the array and the list, and sets *x to null.

@@ -211,6 +211,13 @@ bool directory_is_empty(const char* path) {
 
 }  // namespace
 
+const char* quest_keyword(QType type) {
+  for (const Keyword& k : kKeywords) {
+    if (k.type == type) return k.word;
+  }
+  return nullptr;
+}
+
 Questions* quest_init(Ini* ini) {
   Questions* list = new Questions();
   list->ini = ini;

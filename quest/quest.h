@@ -88,6 +88,10 @@ struct Questions {
   std::vector<Problem> problems;
 };
 
+// The keyword of a question type as files write it ("DirExist" for
+// QDirExist); null for a type no keyword gives (0, QExist, QEmpty).
+const char* quest_keyword(QType type);
+
 // A new empty list bound to ini (which may be null: then nothing is stored
 // and there are no defaults).
 Questions* quest_init(Ini* ini);
