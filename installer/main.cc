@@ -8,9 +8,11 @@
 
 #include "ini/ini.h"
 #include "ini/shared.h"
+#include "installer/check.h"
 #include "installer/installer.h"
 #include "installer/menu.h"
 #include "installer/options.h"
+#include "installer/plan.h"
 #include "installer/probes.h"
 #include "lib/input.h"
 #include "lib/log.h"
@@ -57,16 +59,26 @@ int main(int argc, char** argv) {
   if (currentdir(path, kPathSize) == nullptr) path[0] = '\0';
   attach_path(path, myname, kPathSize);
   attach_ext(path, ".log", kPathSize);
-  log_set(run_log);
-  log_open(run_log, path);
-  log_doflush(run_log, 1);
-  imsg("Log file opened in '%s'", path);
+  // A run that changes nothing has no log: its messages have nowhere to go,
+  // and errors wait in memory for a log that never comes.
+  const bool read_only = changes_nothing(argc, argv);
+  if (!read_only) {
+    log_set(run_log);
+    log_open(run_log, path);
+    log_doflush(run_log, 1);
+    imsg("Log file opened in '%s'", path);
+  }
 
   process_args(run_log, argv, argc);
 
+  int status = 0;
   strip_ext(path);
   attach_ext(path, ".dat", kPathSize);
-  if (load_datfile(store, path)) {
+  if (check_only) {
+    status = check_product(store);
+  } else if (plan_only) {
+    status = plan_product(store);
+  } else if (load_datfile(store, path)) {
     strip_ext(path);
     attach_ext(path, ".int", kPathSize);
     // The suggestion is read after the probes, which may set "action".
@@ -83,10 +95,10 @@ int main(int argc, char** argv) {
   delete[] myname;
   myname = nullptr;
 
-  if (!automate) {
+  if (!automate && !read_only) {
     std::printf("\n<Press enter to exit>");
     char reply[kLineSize];
     read_reply(reply, sizeof reply, stdin);
   }
-  return 0;
+  return status;
 }

@@ -35,8 +35,25 @@ void process_args(Log* log, char** argv, int argc) {
       delete[] special_mode;
       special_mode = s_strdup(argv[++i]);
       imsg("Special mode [%s]", special_mode);
+    } else if (s_strcmp(word, "-check") == 0) {
+      check_only = 1;
+    } else if (s_strcmp(word, "-plan") == 0) {
+      plan_only = 1;
+      automate = 1;
     }
   }
+}
+
+bool changes_nothing(int argc, char** argv) {
+  if (argv == nullptr) return false;
+  for (int i = 1; i < argc; ++i) {
+    if (s_strcmp(argv[i], "-special") == 0) {
+      ++i;
+    } else if (s_strcmp(argv[i], "-check") == 0 || s_strcmp(argv[i], "-plan") == 0) {
+      return true;
+    }
+  }
+  return false;
 }
 
 }  // namespace inst
