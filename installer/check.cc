@@ -85,11 +85,11 @@ std::string removal_danger(const std::string& expanded) {
   const size_t cut = static_cast<size_t>(sep - expanded.c_str()) + 1;
   const std::string dir = tidy(expanded.substr(0, cut));
   const std::string pattern = cut < expanded.size() ? expanded.substr(cut) : "*";
-  if (dir == "/") return "it removes '" + expanded + "' straight from /";
+  if (dir == "/") return "removes '" + expanded + "' straight from /";
   if (has_wildcard(pattern) && dir.size() > 1 && dir.find('/', 1) == dir.npos &&
       std::find(std::begin(kSystemDirs), std::end(kSystemDirs), std::string_view(dir).substr(1)) !=
           std::end(kSystemDirs)) {
-    return "it empties the system directory " + dir + " ('" + expanded + "')";
+    return "takes '" + expanded + "' from the system directory " + dir;
   }
   return {};
 }
@@ -355,7 +355,7 @@ class Checker {
       return;
     }
     const std::string danger = removal_danger(expanded);
-    if (!danger.empty()) Add(kScript, line, true, std::string(keyword) + ": " + danger);
+    if (!danger.empty()) Add(kScript, line, true, std::string(keyword) + " " + danger);
   }
 
   // A copy source or template written in the product's directory (after

@@ -30,10 +30,10 @@ struct Finding {
 //   without meaning (an unknown keyword or question type, a line with too
 //   few words); a Loop whose target is not a question of its section; a
 //   removal whose source starts with a reference to a setting without a
-//   default, or that removes straight from "/" or empties a top-level
-//   system directory; a copy source or template in the product's directory
-//   that is not there; a section in one of the question file and copy
-//   script but not in the other.
+//   default, or that removes straight from "/" or takes what a pattern
+//   matches from a top-level system directory; a copy source or template
+//   in the product's directory that is not there; a section in one of the
+//   question file and copy script but not in the other.
 //   Warnings: a reference to a setting that nothing sets (no declaration,
 //   probe, question or command); a default of "b" or "q" for an asked
 //   question; a Loop whose setting no question it repeats can change; an
