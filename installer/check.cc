@@ -221,6 +221,12 @@ class Checker {
     settable_.insert(name);
     if (also != nullptr) also->insert(name);
   }
+  // Keeps a text to check its references once everything is loaded.
+  void Refs(int order, int line, const char* text, bool in_data = false) {
+    if (text != nullptr && std::strstr(text, "$(") != nullptr) {
+      refs_.push_back({order, line, text, in_data});
+    }
+  }
   void Control(int order, int line, const char* name, const char* effect) {
     if (name != nullptr) controls_.push_back({order, line, name, effect});
   }
@@ -242,7 +248,7 @@ class Checker {
                 : std::string("'") + name + "' is declared again (first on line " +
                       std::to_string(first->second) + "): only the first is ever read");
       }
-      if (_settings[row].dflt != nullptr) refs_.push_back({kData, line, _settings[row].dflt, true});
+      Refs(kData, line, _settings[row].dflt, true);
     }
     AddProblems(kData, datfile_problems());
     clear_datfile();
@@ -259,7 +265,7 @@ class Checker {
       if (mode == ICopy || (mode & IHTTP) != 0) SetBy(p->a.get(), &probe_set_);
       if ((mode & IHTTP) != 0) SetBy(p->b.get(), &probe_set_);
       if (mode == IExist || mode == IWFile || mode == IRFile) {
-        refs_.push_back({kProbes, p->line, str(p->a.get()), false});
+        Refs(kProbes, p->line, p->a.get());
       }
       if (p->compare) {
         Control(kProbes, p->line, p->control.get(), "the compare text is matched with its name");
@@ -286,8 +292,7 @@ class Checker {
         SetBy(q.setting.get(), &section_set);
         if (q.setting) set_at[q.setting.get()].push_back(i);
       }
-      if (type != QCopy && type != QLoop)
-        refs_.push_back({kQuestions, q.line, str(q.text.get()), false});
+      if (type != QCopy && type != QLoop) Refs(kQuestions, q.line, q.text.get());
       if (!asked) continue;
       Control(kQuestions, q.line, q.control.get(), "the question is always asked");
       const char* dflt = ini_value_name(store_, q.setting.get());
@@ -367,7 +372,9 @@ class Checker {
     if (!in_product) return;
     const std::string expanded = Expand(source);
     if (cmd.type == CpyIni) {
-      if (file_exist(expanded.c_str()) == 1) {
+      const auto [known, fresh] = sources_.emplace(expanded, false);
+      if (fresh) known->second = file_exist(expanded.c_str()) == 1;
+      if (known->second) {
         const std::string shown = InProduct(expanded);
         if (std::find(templates_.begin(), templates_.end(), shown) == templates_.end()) {
           templates_.push_back(shown);
@@ -397,8 +404,8 @@ class Checker {
     std::unordered_set<std::string> tested;  // by the Exist commands so far
     for (const CCmd& cmd : copy->list) {
       const int line = cmd.line;
-      refs_.push_back({kScript, line, str(cmd.source.get()), false});
-      refs_.push_back({kScript, line, str(cmd.dest.get()), false});
+      Refs(kScript, line, cmd.source.get());
+      Refs(kScript, line, cmd.dest.get());
       if (cmd.type != Error) Control(kScript, line, cmd.control.get(), "the command always runs");
       switch (cmd.type) {
         case Exist:
@@ -472,9 +479,7 @@ class Checker {
       OpenFile in(s_fopen(template_paths_[t].c_str(), "r"));
       LineReader reader(in.f, kTemplateLineSize);
       while (const char* piece = reader.next()) {
-        if (std::strstr(piece, "$(") != nullptr) {
-          refs_.push_back({kTemplates + static_cast<int>(t), reader.line(), piece, false});
-        }
+        Refs(kTemplates + static_cast<int>(t), reader.line(), piece);
       }
     }
   }
@@ -483,13 +488,14 @@ class Checker {
   // known.
   void CheckNames() {
     for (const RefSite& site : refs_) {
-      std::unordered_set<std::string> told;
+      std::vector<std::string> told;  // once per name and line
       for (const std::string& name : references(site.text.c_str())) {
         if (settable_.count(name) != 0 ||
             (site.in_data && declared_folded_.count(folded(name)) != 0) ||
-            !told.insert(name).second) {
+            std::find(told.begin(), told.end(), name) != told.end()) {
           continue;
         }
+        told.push_back(name);
         Add(site.order, site.line, false,
             "$(" + name + ") names a setting that nothing sets: it is replaced by nothing");
       }
