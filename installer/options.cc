@@ -39,7 +39,6 @@ void process_args(Log* log, char** argv, int argc) {
       check_only = 1;
     } else if (s_strcmp(word, "-plan") == 0) {
       plan_only = 1;
-      automate = 1;
     }
   }
 }

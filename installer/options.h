@@ -9,8 +9,7 @@ namespace inst {
 // Reads the options -debug, -version, -automate, -special <tag>, -check and
 // -plan from argv[1..argc-1]; other words are ignored. -version prints the
 // version and ends the process with status 0; -special without a tag prints
-// the usage line and ends it with status 1. -plan takes every default, as
-// -automate does. A null argv does nothing.
+// the usage line and ends it with status 1. A null argv does nothing.
 void process_args(Log* log, char** argv, int argc);
 
 // Whether the command line asks for a run that changes nothing on disk, not

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "copy/copy.h"
-#include "copy/plan.h"
+#include "copy/dryrun.h"
 #include "ini/shared.h"
 #include "init/init.h"
 #include "installer/installer.h"
@@ -389,7 +389,11 @@ int plan_product(Ini* store) {
   std::printf("\nQuestions [%s] (%s), each taking its default\n", str(kind.section),
               q_file.c_str());
   WalkPrinter printer(store, quest.get(), q_file.c_str());
+  // Every question takes its default, as under -automate.
+  const int was_automated = automate;
+  automate = 1;
   const int result = walk_questions(store, quest.get(), kind, &printer);
+  automate = was_automated;
   if (result != SUCEEDED) {
     std::printf("  The run %s here, before the copy script\n", result == QUIT ? "quits" : "fails");
     return 1;

@@ -1,4 +1,4 @@
-#include "copy/plan.h"
+#include "copy/dryrun.h"
 
 #include <dirent.h>
 #include <sys/stat.h>

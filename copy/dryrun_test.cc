@@ -1,4 +1,4 @@
-#include "copy/plan.h"
+#include "copy/dryrun.h"
 
 #include <gtest/gtest.h>
 
@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 const SettingList kSettings[] = {
     {"dir", "out", Ini_None}, {"flag", "yes", Ini_None}, {nullptr, nullptr, Ini_None}};
 
-class PlanTest : public InScratchTest {
+class DryRunTest : public InScratchTest {
  protected:
   // Makes a fresh directory `name` holding src/a.txt (3 bytes), src/b.txt
   // (5), src/sub/c.txt (1), out/old.txt (2) and keep/data/x (1), and works
@@ -90,7 +90,7 @@ class PlanTest : public InScratchTest {
 // Each script is planned, then run for real: the plan must show the
 // expected changes and foretell every command's result, the bytes copied
 // and the tree the run leaves.
-TEST_F(PlanTest, PlanForetellsWhatTheCommandsDo) {
+TEST_F(DryRunTest, PlanForetellsWhatTheCommandsDo) {
   static const struct {
     const char* script;
     const char* plan;  // each command's plan, joined by " | "

@@ -3,8 +3,8 @@
 // file system that holds, in memory, what the commands planned before it
 // would have changed. Nothing is written; the settings that commands set
 // (Exist) are set in the script's store.
-#ifndef INSTALLER_COPY_PLAN_H_
-#define INSTALLER_COPY_PLAN_H_
+#ifndef INSTALLER_COPY_DRYRUN_H_
+#define INSTALLER_COPY_DRYRUN_H_
 
 #include <cstdint>
 #include <map>
@@ -122,4 +122,4 @@ CommandPlan copy_plan(Copy* copy, int index, PlanView* view);
 
 }  // namespace inst
 
-#endif  // INSTALLER_COPY_PLAN_H_
+#endif  // INSTALLER_COPY_DRYRUN_H_
