@@ -15,6 +15,7 @@
 
 #include "ini/ini.h"
 #include "lib/limits.h"
+#include "lib/lines.h"
 #include "lib/log.h"
 #include "lib/paths.h"
 #include "lib/strings.h"
@@ -25,7 +26,6 @@ namespace {
 
 constexpr size_t kVarsSize = 10000;     // work size of replace_vars, terminator included
 constexpr size_t kVarsPieceMax = 8999;  // longest value or tail replace_vars copies
-constexpr int kTemplateLine = 3000;     // an Ini template is read in pieces of this size
 constexpr char kFieldSeparators[] = " \t";
 
 // The message of the last Error command that fired.
@@ -82,23 +82,28 @@ int has_type(const Copy* copy, int index, CType type) {
   return cmd != nullptr && cmd->type == type ? 1 : 0;
 }
 
-// Whether the header text after "[" names `section`: a "]" counts only as
-// the last character, and letters match in either case.
-bool header_names(char* name, const char* section) {
-  const size_t length = std::strlen(name);
-  if (length > 0 && name[length - 1] == ']') name[length - 1] = '\0';
-  return s_stricmp(name, section) == 0;
+// The words a command of this type takes after its keyword, for problems.
+std::string usage(int type) {
+  if (type == Error) return "setting message";
+  std::string words = "source";
+  if (takes_not(type)) words += " not";
+  if (takes_dest(type)) words += " dest";
+  return words + " [control [compare]]";
 }
 
 // Fills cmd from one trimmed script line (cut in place into words). Returns
 // false when the line is to be dropped: no words, or a field its keyword
-// needs is missing (each missing field logged).
-bool parse_line(char* line, CCmd* cmd) {
+// needs is missing (each missing field logged). An unknown keyword or a
+// dropped line is described in *problem.
+bool parse_line(char* line, CCmd* cmd, std::string* problem) {
   char* next = nullptr;
   const char* word = s_strtok(line, kFieldSeparators, &next);
   if (word == nullptr) return false;
   const int type = keyword_type(word);
-  if (type == 0) cerror("Unknown copy type '%s'", word);
+  if (type == 0) {
+    cerror("Unknown copy type '%s'", word);
+    *problem = std::string("unknown command '") + word + "'";
+  }
   dmsg("Copy line 'type' is [%d]", type);
   cmd->type = static_cast<CType>(type);
 
@@ -119,7 +124,16 @@ bool parse_line(char* line, CCmd* cmd) {
   if (takes_dest(type)) {
     take(&cmd->dest, "Missing copy destination path", "Copy line 'destination' is [%s]");
   }
-  if (missing) return false;
+  if (missing) {
+    if (type == 0) {
+      *problem += ": the line is dropped";
+    } else {
+      *problem = std::string("too few words for ") + copy_keyword(type) + " (" + usage(type) +
+                 "): the line is dropped";
+    }
+    return false;
+  }
+  if (type == 0) *problem += ": the line is kept and fails when it runs";
 
   if (type == Error) {
     // The message is the rest of the line after the one separator that
@@ -286,16 +300,6 @@ int remove_files(Copy* copy, int index) {
   return count;
 }
 
-// Whether the command's controlling setting lets it run.
-bool gate_open(Copy* copy, const CCmd& cmd) {
-  const char* ctl = ini_value_name(copy->ini, cmd.control.get());
-  if (ctl == nullptr) return true;
-  const char* cmp = ini_value_name(copy->ini, cmd.control_cmp.get());
-  if (cmp == nullptr) cmp = cmd.control_cmp.get();
-  if (cmp == nullptr) return istrue(ctl) != 0;
-  return s_stricmp(cmp, ctl) == 0;
-}
-
 // The debug texts of one walk: chown's or chmod's.
 struct WalkTexts {
   Format<> none;
@@ -360,6 +364,13 @@ int walk(const char* path, const char* wild, const char* exclude, const WalkText
 
 }  // namespace
 
+const char* copy_keyword(int type) {
+  for (const Keyword& k : kKeywords) {
+    if (k.type == type) return k.word;
+  }
+  return nullptr;
+}
+
 Copy* copy_init(Ini* ini) {
   Copy* copy = new Copy();
   copy->ini = ini;
@@ -381,25 +392,26 @@ int copy_load(Copy* copy, const char* file, const char* section) {
   errno = 0;
   copy->list.clear();
   copy->count = 0;
+  copy->problems.clear();
   bool in_section = false;
-  char buffer[kLineSize];
-  int line_number = 0;
-  bool line_ended = true;  // the last piece read ended its line
-  while (std::fgets(buffer, sizeof buffer, in.f) != nullptr) {
-    if (line_ended) ++line_number;
-    line_ended = std::strchr(buffer, '\n') != nullptr;
-    char* line = s_strtrm(buffer);
+  LineReader reader(in.f);
+  while (char* piece = reader.next()) {
+    char* line = s_strtrm(piece);
     if (*line == '\0' || *line == '#') continue;
     if (*line == '[') {
       if (in_section) break;
-      in_section = header_names(line + 1, section);
+      in_section = s_stricmp(section_name(line), section) == 0;
       continue;
     }
     if (!in_section) continue;
+    if (reader.tail()) note_tail(&copy->problems, reader);
     dmsg("Process .cpy file line [%s]", line);
     CCmd cmd;
-    cmd.line = line_number;
-    if (!parse_line(line, &cmd)) continue;
+    cmd.line = reader.line();
+    std::string problem;
+    const bool kept = parse_line(line, &cmd, &problem);
+    if (!problem.empty()) copy->problems.push_back({reader.line(), true, problem});
+    if (!kept) continue;
     if (copy->ini != nullptr) substitute(copy, &cmd);
     copy->list.push_back(std::move(cmd));
     copy->count = static_cast<uint32_t>(copy->list.size());
@@ -526,10 +538,21 @@ const std::vector<CFailure>& copy_failures(const Copy* copy) {
   return copy == nullptr ? none : copy->failed;
 }
 
+int copy_gate_open(const Copy* copy, int index) {
+  const CCmd* cmd = command(copy, index);
+  if (cmd == nullptr) return 0;
+  const char* ctl = ini_value_name(copy->ini, cmd->control.get());
+  if (ctl == nullptr) return 1;
+  const char* cmp = ini_value_name(copy->ini, cmd->control_cmp.get());
+  if (cmp == nullptr) cmp = cmd->control_cmp.get();
+  if (cmp == nullptr) return istrue(ctl) != 0 ? 1 : 0;
+  return s_stricmp(cmp, ctl) == 0 ? 1 : 0;
+}
+
 int copy_do(Copy* copy, int index, unsigned long* bytes) {
   const CCmd* cmd = command(copy, index);
   if (cmd == nullptr) return 0;
-  if (!gate_open(copy, *cmd)) {
+  if (!copy_gate_open(copy, index)) {
     dmsg("Doing nothing due to controlling setting");
     return -1;
   }
@@ -578,20 +601,7 @@ int copy_write_ini(Copy* copy, int index) {
     return 0;
   }
   imsg("Writing INI file '%s' to '%s'", source, dest);
-  bool expanded_all = true;
-  char buffer[kTemplateLine];
-  while (std::fgets(buffer, sizeof buffer, in.f) != nullptr) {
-    const char* line = s_strtrm(buffer);
-    if (std::strstr(line, "$(") != nullptr) {
-      std::unique_ptr<char[]> expanded(replace_vars(copy, line));
-      if (expanded == nullptr) expanded_all = false;
-      std::fputs(str(expanded.get()), out.f);
-    } else {
-      // From the first character: the indentation stays.
-      std::fputs(buffer, out.f);
-    }
-    std::fputc('\n', out.f);
-  }
+  const int expanded_all = copy_expand_template(copy, in.f, out.f);
   int result = 1;
   if (std::ferror(in.f)) {
     cerror("Error reading ini file '%s'", source);
@@ -602,6 +612,25 @@ int copy_write_ini(Copy* copy, int index) {
     result = 0;
   }
   return result;
+}
+
+int copy_expand_template(const Copy* copy, FILE* in, FILE* out) {
+  if (in == nullptr || out == nullptr) return 0;
+  bool expanded_all = true;
+  char buffer[kTemplateLineSize];
+  while (std::fgets(buffer, sizeof buffer, in) != nullptr) {
+    const char* line = s_strtrm(buffer);
+    if (std::strstr(line, "$(") != nullptr) {
+      std::unique_ptr<char[]> expanded(replace_vars(copy, line));
+      if (expanded == nullptr) expanded_all = false;
+      std::fputs(str(expanded.get()), out);
+    } else {
+      // From the first character: the indentation stays.
+      std::fputs(buffer, out);
+    }
+    std::fputc('\n', out);
+  }
+  return expanded_all ? 1 : 0;
 }
 
 int copy_rename(Copy* copy, int index) {

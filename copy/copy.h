@@ -4,12 +4,14 @@
 #define INSTALLER_COPY_COPY_H_
 
 #include <cstdint>
+#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "file/file.h"
 #include "lib/format.h"
+#include "lib/lines.h"
 
 namespace inst {
 
@@ -64,7 +66,14 @@ struct Copy {
   Ini* ini = nullptr;            // settings store for references and commands; borrowed
   uint32_t count = 0;            // number of valid records in list
   std::vector<CFailure> failed;  // the commands that failed in the last copy_process
+  // What the last load met in its section: unknown commands, lines dropped
+  // for want of a word, lines longer than a piece. Kept for -check.
+  std::vector<Problem> problems;
 };
+
+// The keyword of a command type as scripts write it ("CopyFile" for
+// CpyFile); null for a type no keyword gives (0, Cpy, Rm).
+const char* copy_keyword(int type);
 
 // A new empty script that reads and writes the settings store `ini` (which
 // may be null: then nothing is substituted at load).
@@ -79,7 +88,8 @@ void copy_setup(Copy* copy, FileFn ok, FileFn fail);
 // section ends at the next header. Every line is read in pieces of at most
 // 999 characters, so the rest of a longer line is read as a line of its own.
 // Lines with an unknown keyword are kept with type 0; lines that lack a
-// field their keyword needs are logged and dropped. With a store, "-" as the
+// field their keyword needs are logged and dropped. Both, and the tails of
+// over-long lines, are also described in copy->problems with their lines. With a store, "-" as the
 // exclusion list means none, and references in `source` and `dest` are
 // expanded (replace_vars). Returns 1 when the section header was found
 // (also for an empty section), else 0; 0 without change for null arguments
@@ -160,6 +170,10 @@ int copy_process(Copy* copy, unsigned long* files, unsigned long* bytes, int sto
 // handled" when it logged none (a pattern that matched nothing). Empty for a
 // null script.
 const std::vector<CFailure>& copy_failures(const Copy* copy);
+// Whether the command's controlling setting lets it run, as copy_do
+// decides (below): 1 or 0; 0 also for a null script or an index outside the
+// list.
+int copy_gate_open(const Copy* copy, int index);
 // Runs one command. The controlling setting decides first: with `control`
 // naming a setting that has a value, the command runs only when that value
 // equals (without regard to case) the value of the setting `control_cmp`
@@ -182,6 +196,13 @@ int copy_do(Copy* copy, int index, unsigned long* bytes);
 // it fails), when the template cannot be opened ("Error reading ini file
 // '%s'"; dest stays created and empty) or cannot be read to its end.
 int copy_write_ini(Copy* copy, int index);
+// Writes the template read from `in` to `out` as the Ini command does: each
+// piece of at most 2999 characters trimmed, with its references expanded
+// with the script's store when it has any (losing its leading blanks) and
+// as it stands otherwise, and a line end. A read error is left in in's error
+// flag. Returns 1; 0 when a line's references could not be expanded (a null
+// script) or for a null stream.
+int copy_expand_template(const Copy* copy, FILE* in, FILE* out);
 // Rename: renames source to dest. Returns 1; 0 on failure, logged as
 // "Error renaming '%s'->'%s', %s" with an empty third text and the system
 // error after it.

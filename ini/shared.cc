@@ -25,10 +25,15 @@ namespace {
 // once every row is read and the terminator added.
 IniTexts texts;
 std::vector<SettingList> table;
+// The data file's line of each row; 0 for the built-in rows.
+std::vector<int> lines;
+// What the last load met.
+std::vector<Problem> problems;
 
 // An empty or null default leaves the setting without a value.
-void add_row(const char* name, const char* dflt, SettingMode mode) {
+void add_row(const char* name, const char* dflt, SettingMode mode, int line = 0) {
   table.push_back(SettingList{texts.add(name), dflt && *dflt ? texts.add(dflt) : nullptr, mode});
+  lines.push_back(line);
 }
 
 // Rows 0 to 3: the machine and the run.
@@ -68,15 +73,17 @@ int load_datfile(Ini* ini, const char* file) {
     return 0;
   }
   clear_datfile();
+  problems.clear();
   add_builtins();
   // A line longer than the buffer arrives in pieces, each taken as a line.
-  char line[kLineSize];
-  while (std::fgets(line, sizeof line, in.f)) {
+  LineReader reader(in.f);
+  while (char* line = reader.next()) {
     char* name;
     char* value;
     if (!ini_split_line(line, &name, &value)) continue;
+    if (reader.tail()) note_tail(&problems, reader);
     dmsg("Adding '%s'='%s'", name, value);
-    add_row(name, value, Ini_Replace);
+    add_row(name, value, Ini_Replace, reader.line());
   }
   s_fclose(&in.f);
   publish_table();
@@ -88,7 +95,15 @@ int load_datfile(Ini* ini, const char* file) {
 void clear_datfile() {
   _settings = nullptr;
   std::vector<SettingList>().swap(table);
+  std::vector<int>().swap(lines);
   texts.release();
 }
+
+int datfile_line(int row) {
+  if (row < 0 || static_cast<size_t>(row) >= lines.size()) return 0;
+  return lines[static_cast<size_t>(row)];
+}
+
+const std::vector<Problem>& datfile_problems() { return problems; }
 
 }  // namespace inst

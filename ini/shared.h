@@ -5,8 +5,10 @@
 #define INSTALLER_INI_SHARED_H_
 
 #include <cstdint>
+#include <vector>
 
 #include "ini/ini.h"
+#include "lib/lines.h"
 
 namespace inst {
 
@@ -24,6 +26,12 @@ extern SettingList* _settings;
 int load_datfile(Ini* ini, const char* file);
 // Releases `_settings` with every text in it and sets it to null.
 void clear_datfile();
+// The line of the data file that declared row `row` of `_settings`, from 1;
+// 0 for the four built-in rows and for a row that is not in the table.
+int datfile_line(int row);
+// What the last load_datfile() met: the tails of lines longer than a piece,
+// read as lines of their own. Kept until the next load.
+const std::vector<Problem>& datfile_problems();
 
 }  // namespace inst
 

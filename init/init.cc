@@ -11,6 +11,7 @@
 
 #include "file/file.h"
 #include "lib/format.h"
+#include "lib/lines.h"
 #include "lib/log.h"
 #include "lib/strings.h"
 
@@ -67,16 +68,17 @@ void init_seterror(FormatFor<Args...> format, Args... args) {
   unchecked::init_seterror(format.text(), args...);
 }
 
-// Sets the record's mode from the keyword; an unknown keyword is logged and
-// leaves the mode as it was.
-void set_mode(IItem* item, const char* keyword) {
+// Sets the record's mode from the keyword and returns true; an unknown
+// keyword is logged, leaves the mode as it was and gives false.
+bool set_mode(IItem* item, const char* keyword) {
   for (const auto& known : kKeywords) {
     if (std::strcmp(keyword, known.word) == 0) {
       item->mode = known.mode;
-      return;
+      return true;
     }
   }
   emsg("Unknown init command '%s'", keyword);
+  return false;
 }
 
 // Fills field `position` (1 to 4 after the keyword) from token; "-" clears
@@ -200,6 +202,13 @@ bool read_http_conf(HttpConf* c, FILE* in, char* errmsg) {
 
 }  // namespace
 
+const char* init_keyword(IItemMode mode) {
+  for (const auto& known : kKeywords) {
+    if (known.mode == mode) return known.word;
+  }
+  return nullptr;
+}
+
 Init::~Init() { array_free_fn(&list, init_item_free); }
 
 Init* init_init() {
@@ -223,17 +232,28 @@ int init_load(Init* x, const char* file) {
   }
   // A short line leaves its record here for the next probe line to fill.
   std::unique_ptr<IItem> pending;
-  char line[kLineSize];
-  while (std::fgets(line, sizeof line, in.f)) {
+  LineReader reader(in.f);
+  while (char* line = reader.next()) {
     char* next = nullptr;
     const char* keyword = s_strtok(s_strtrm(line), kSeparators, &next);
     if (!keyword || *keyword == '#') continue;
+    if (reader.tail()) note_tail(&x->problems, reader);
     if (!pending) pending.reset(new IItem);
-    set_mode(pending.get(), keyword);
+    if (!set_mode(pending.get(), keyword)) {
+      x->problems.push_back(
+          {reader.line(), true, std::string("unknown probe '") + keyword + "': it does nothing"});
+    }
     int tokens = 1;
     for (const char* token;
          tokens < kProbeTokens && (token = s_strtok(nullptr, kSeparators, &next)) != nullptr;) {
       set_field(pending.get(), tokens++, token);
+    }
+    pending->line = reader.line();
+    if (tokens < kProbeTokens) {
+      x->problems.push_back({reader.line(), true,
+                             std::string("too few words for ") + keyword +
+                                 ": a probe takes 4 after its keyword ('-' for none); the next "
+                                 "probe line is read into this one"});
     }
     if (tokens == kProbeTokens) {
       if (array_add(x->list, pending.get())) {

@@ -17,9 +17,11 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "lib/array.h"
 #include "lib/limits.h"
+#include "lib/lines.h"
 
 namespace inst {
 
@@ -45,14 +47,22 @@ struct IItem {
   std::unique_ptr<char[]> compare;  // text the condition must match; null for "-"
   std::unique_ptr<char[]> control;  // setting the condition reads; null for "-"
   IItemMode mode = IItemMode{};
+  int line = 0;  // the line of the file that completed it, from 1
 };
 
 // The probes in file order; the array's cursor is the walk position.
 struct Init {
   Array<IItem>* list = nullptr;
+  // What loading met: unknown keywords, lines too short to be a probe,
+  // lines longer than a piece. Kept for -check.
+  std::vector<Problem> problems;
 
   ~Init();
 };
+
+// The keyword of a probe mode as probe files write it ("HTTP_Root" for
+// IHTTP_Root); null for a mode no keyword gives (0, IHTTP).
+const char* init_keyword(IItemMode mode);
 
 // A new, empty probe list.
 Init* init_init();
@@ -63,7 +73,8 @@ void init_free(Init** x);
 // when it holds no probe); 0 for a null argument (no message) or when the
 // file cannot be opened, with "Failed to read '<file>', <system error>" as
 // the last error. An unknown keyword is logged as "Unknown init command
-// '%s'" and its record is kept with mode 0.
+// '%s'" and its record is kept with mode 0. Unknown keywords, short lines
+// and the tails of over-long lines are also added to x->problems.
 int init_load(Init* x, const char* file);
 // The text of the module's last error (logged at error level when it was
 // set), or "" when there has been none. Borrowed; the next error replaces it.

@@ -13,9 +13,11 @@
 
 #include "ini/ini.h"
 #include "ini/shared.h"
+#include "installer/check.h"
 #include "installer/installer.h"
 #include "installer/menu.h"
 #include "installer/options.h"
+#include "installer/plan.h"
 #include "installer/presets.h"
 #include "installer/probes.h"
 #include "installer/report.h"
@@ -86,6 +88,53 @@ void finish_report(inst::Ini* ini, bool started_up, const inst::Ending& ending, 
   }
 }
 
+// Loads the data file named after `path` (the log's path), applies the
+// presets, runs the probes and then the chosen action or the menu, and
+// writes the report when one was asked for. Returns the exit status.
+int run_product(inst::Ini* ini, char (&path)[inst::kPathSize]) {
+  using namespace inst;
+  const std::time_t started = std::time(nullptr);
+  const std::string log_path = path;
+  // The start-up got as far as the runs; or a new option's value could not
+  // be used, which ends the program with status 1 whatever else is given.
+  bool started_up = false;
+  bool option_error = !report_file_writable();
+  strip_ext(path);
+  attach_ext(path, ".dat", kPathSize);
+  if (!option_error && load_datfile(ini, path)) {
+    // Presets go in before the probes, so that the probes see them, and
+    // again after them, so that no probe replaces them.
+    option_error = !apply_presets(ini);
+    strip_ext(path);
+    attach_ext(path, ".int", kPathSize);
+    // The suggestion is read after the probes, which may set "action".
+    if (!option_error && load_probes(ini, path)) {
+      apply_presets(ini);
+      started_up = true;
+      const int action = suggested_action(ini);
+      print_header(ini);
+      if (chosen_action() != 0) {
+        run_entry(ini, chosen_action());
+      } else {
+        menu_loop(ini, action);
+      }
+    }
+  }
+
+  // The status tells the outcome when a script chose the run; otherwise it
+  // is 0, as it has always been, but for an interrupt.
+  const Ending ending = report_ending(started_up, last_run(), interrupt_signal());
+  int status = 0;
+  if (interrupt_signal() != 0 ||
+      (scripted() && (chosen_action() != 0 || special_mode != nullptr))) {
+    status = ending.status;
+  } else if (option_error) {
+    status = 1;
+  }
+  finish_report(ini, started_up, ending, status, started, log_path);
+  return status;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -105,52 +154,26 @@ int main(int argc, char** argv) {
   if (currentdir(path, kPathSize) == nullptr) path[0] = '\0';
   attach_path(path, myname, kPathSize);
   attach_ext(path, ".log", kPathSize);
-  log_set(run_log);
-  log_open(run_log, path);
-  log_doflush(run_log, 1);
-  imsg("Log file opened in '%s'", path);
+  // A run that changes nothing has no log: its messages have nowhere to go,
+  // and errors wait in memory for a log that never comes.
+  const bool read_only = changes_nothing(argc, argv);
+  if (!read_only) {
+    log_set(run_log);
+    log_open(run_log, path);
+    log_doflush(run_log, 1);
+    imsg("Log file opened in '%s'", path);
+  }
 
   process_args(run_log, argv, argc);
-  const std::time_t started = std::time(nullptr);
-  const std::string log_path = path;
 
-  // The start-up got as far as the runs; or a new option's value could not
-  // be used, which ends the program with status 1 whatever else is given.
-  bool started_up = false;
-  bool option_error = !report_file_writable();
-  strip_ext(path);
-  attach_ext(path, ".dat", kPathSize);
-  if (!option_error && load_datfile(store, path)) {
-    // Presets go in before the probes, so that the probes see them, and
-    // again after them, so that no probe replaces them.
-    option_error = !apply_presets(store);
-    strip_ext(path);
-    attach_ext(path, ".int", kPathSize);
-    // The suggestion is read after the probes, which may set "action".
-    if (!option_error && load_probes(store, path)) {
-      apply_presets(store);
-      started_up = true;
-      const int action = suggested_action(store);
-      print_header(store);
-      if (chosen_action() != 0) {
-        run_entry(store, chosen_action());
-      } else {
-        menu_loop(store, action);
-      }
-    }
-  }
-
-  // The status tells the outcome when a script chose the run; otherwise it
-  // is 0, as it has always been, but for an interrupt.
-  const Ending ending = report_ending(started_up, last_run(), interrupt_signal());
   int status = 0;
-  if (interrupt_signal() != 0 ||
-      (scripted() && (chosen_action() != 0 || special_mode != nullptr))) {
-    status = ending.status;
-  } else if (option_error) {
-    status = 1;
+  if (check_only) {
+    status = check_product(store);
+  } else if (plan_only) {
+    status = plan_product(store);
+  } else {
+    status = run_product(store, path);
   }
-  finish_report(store, started_up, ending, status, started, log_path);
 
   clear_datfile();
   ini_free(&store);
@@ -158,7 +181,7 @@ int main(int argc, char** argv) {
   delete[] myname;
   myname = nullptr;
 
-  if (!automate && interrupt_signal() == 0) {
+  if (!automate && !read_only && interrupt_signal() == 0) {
     std::printf("\n<Press enter to exit>");
     char reply[kLineSize];
     read_reply(reply, sizeof reply, stdin);

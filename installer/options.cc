@@ -23,6 +23,15 @@ bool scripting = false;
   std::exit(1);
 }
 
+// Whether the option takes the word after it as its value, so that the
+// value is never read as an option itself.
+bool takes_word(const char* word) {
+  for (const char* option : {"-special", "-action", "-set", "-answers", "-report"}) {
+    if (s_strcmp(word, option) == 0) return true;
+  }
+  return false;
+}
+
 void print_help() {
   std::printf("Usage: %s [option]...\n", str(myname));
   std::printf("  -automate            take the suggested menu entry and every default answer\n");
@@ -31,6 +40,8 @@ void print_help() {
   std::printf("  -set <name>=<value>  give a setting a value before the questions\n");
   std::printf("  -answers <file>      give settings the values in a file of name-value lines\n");
   std::printf("  -report <file>       write the outcome as JSON into <file> at the end\n");
+  std::printf("  -check               check the description files; change nothing\n");
+  std::printf("  -plan                show what the action would do; change nothing\n");
   std::printf("  -debug               log at debug level (the default already)\n");
   std::printf("  -version             print the version and exit\n");
   std::printf("  -help, --help, -h    print this help and exit\n");
@@ -87,6 +98,10 @@ void process_args(Log* log, char** argv, int argc) {
                s_strcmp(word, "-h") == 0) {
       print_help();
       std::exit(0);
+    } else if (s_strcmp(word, "-check") == 0) {
+      check_only = 1;
+    } else if (s_strcmp(word, "-plan") == 0) {
+      plan_only = 1;
     } else if (unknown == nullptr) {
       unknown = word;
     }
@@ -115,6 +130,19 @@ void options_clear() {
   report.clear();
   scripting = false;
   presets_clear();
+}
+
+bool changes_nothing(int argc, char** argv) {
+  if (argv == nullptr) return false;
+  for (int i = 1; i < argc; ++i) {
+    const char* word = argv[i];
+    if (takes_word(word)) {
+      ++i;
+    } else if (s_strcmp(word, "-check") == 0 || s_strcmp(word, "-plan") == 0) {
+      return true;
+    }
+  }
+  return false;
 }
 
 }  // namespace inst

@@ -11,6 +11,7 @@ namespace inst {
 //   the process with status 0);
 //   -action install|upgrade|remove, -set <name>=<value> (the presets.h
 //   list), -answers <file> (likewise), -report <file>;
+//   -check and -plan (see changes_nothing);
 //   -help, --help, -h (prints one line per option and ends with status 0).
 // A later -special or -action replaces an earlier one. An option without its
 // word, or with a word it cannot take, prints its usage line and ends the
@@ -32,6 +33,13 @@ bool scripted();
 // Forgets what process_args read besides the process-wide values of
 // installer.h (the action, the report file, the scripting options).
 void options_clear();
+
+// Whether the command line asks for a run that changes nothing on disk, not
+// even the log: -check or -plan, found as process_args finds them (the word
+// after an option that takes one is its value, not an option). Start-up asks
+// this before it opens the log, and so must anything else that would write
+// before the options are read.
+bool changes_nothing(int argc, char** argv);
 
 }  // namespace inst
 

@@ -21,7 +21,10 @@ const char* value_or_text(Ini* ini, const char* name) {
   return value ? value : name;
 }
 
+}  // namespace
+
 bool probe_applies(Ini* ini, const IItem* probe) {
+  if (!probe) return false;
   if (!probe->compare) return true;
   const char* value = value_or_text(ini, probe->control.get());
   // Without a control the compare text alone decides.
@@ -29,13 +32,15 @@ bool probe_applies(Ini* ini, const IItem* probe) {
   return std::strcmp(probe->compare.get(), value) == 0;
 }
 
+namespace {
+
 // The probe's first argument with setting references expanded, as a path.
 void expand_path(Ini* ini, const IItem* probe, char (&path)[kPathSize]) {
   path[0] = '\0';
   ini_replace(ini, probe->a.get(), path, kPathSize);
 }
 
-void probe_http(Ini* ini, const IItem* probe, HttpFinder find) {
+void probe_http(Ini* ini, const IItem* probe, HttpFinder find, std::string* failure) {
   char result[kLineSize] = "";
   char error[kLineSize] = "";
   const IItemMode mode = probe->mode;
@@ -45,7 +50,11 @@ void probe_http(Ini* ini, const IItem* probe, HttpFinder find) {
     ini_add_name(ini, probe->a.get(), result);
   } else {
     // The second argument is an error flag: set on failure only.
-    std::printf("ERROR: %s\n", error);
+    if (failure) {
+      *failure = error;
+    } else {
+      std::printf("ERROR: %s\n", error);
+    }
     ini_add_name(ini, probe->b.get(), "true");
   }
 }
@@ -106,8 +115,10 @@ void probe_rfile(Ini* ini, const IItem* probe) {
   if (!text.empty()) ini_add_name(ini, probe->b.get(), text.c_str());
 }
 
-void run_probe(Ini* ini, const IItem* probe, HttpFinder find) {
-  if (!probe_applies(ini, probe)) return;
+}  // namespace
+
+void run_probe(Ini* ini, const IItem* probe, HttpFinder find, std::string* failure) {
+  if (!ini || !probe || !find) return;
   const IItemMode mode = probe->mode;
   if (mode == IExist) {
     char path[kPathSize];
@@ -116,7 +127,7 @@ void run_probe(Ini* ini, const IItem* probe, HttpFinder find) {
   } else if (mode == ICopy) {
     ini_add_name(ini, probe->a.get(), value_or_text(ini, probe->b.get()));
   } else if (mode & IHTTP) {
-    probe_http(ini, probe, find);
+    probe_http(ini, probe, find, failure);
   } else if (mode == ITimeDate) {
     probe_timedate(ini, probe);
   } else if (mode == IWFile) {
@@ -126,12 +137,10 @@ void run_probe(Ini* ini, const IItem* probe, HttpFinder find) {
   }
 }
 
-}  // namespace
-
 void evaluate_probes(Ini* ini, Init* probes, HttpFinder find) {
   if (!ini || !find) return;
   for (IItem* probe = init_get_num(probes, 0); probe; probe = init_get(probes)) {
-    run_probe(ini, probe, find);
+    if (probe_applies(ini, probe)) run_probe(ini, probe, find);
   }
 }
 

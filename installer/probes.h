@@ -3,6 +3,8 @@
 #ifndef INSTALLER_INSTALLER_PROBES_H_
 #define INSTALLER_INSTALLER_PROBES_H_
 
+#include <string>
+
 #include "ini/ini.h"
 #include "init/init.h"
 
@@ -34,6 +36,13 @@ using HttpFinder = int (*)(char* user, char* group, char* root, char* scripts, c
 //            when the file cannot be opened or read (a directory, say).
 // Settings are written with ini_add_name(), whose rules may refuse a value.
 void evaluate_probes(Ini* ini, Init* probes, HttpFinder find = init_find_http_conf);
+// Whether the probe's condition lets it run, as evaluate_probes decides;
+// false for a null probe.
+bool probe_applies(Ini* ini, const IItem* probe);
+// Runs one probe into the store as evaluate_probes does, whatever its
+// condition says. A web server probe that fails prints its "ERROR: %s" line,
+// or, when `failure` is given, leaves the reason there instead.
+void run_probe(Ini* ini, const IItem* probe, HttpFinder find, std::string* failure = nullptr);
 // Loads the probe file at `path` and evaluates it into the store. Returns 1;
 // 0 when the file cannot be loaded, after printing "Error: Failed to load
 // init file '%s', %s" with the path and init_error().

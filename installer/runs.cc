@@ -46,30 +46,6 @@ void printerror(const char* src, const char* dst, int) {
 
 namespace {
 
-// What tells the four runs apart.
-struct RunKind {
-  const char* action;    // the run's name in its record
-  const char* heading;   // shown as "[heading]"
-  const char* section;   // of the question file and the copy script; null loads nothing
-  bool expand_errors;    // Error question texts get their references replaced
-  const char* progress;  // printed before the copy script's dots
-  bool count_bytes;      // the success line counts bytes and files, else files only
-  int stop_on_fail;      // the copy script stops at its first failing command
-  const char* done;      // last word of the files-only success line
-};
-
-// Names this program's description file with extension `ext` in the working
-// directory, as start-up names the data file (the bare name when the
-// directory cannot be read). Returns false when the name does not fit in a
-// path: a cut name could open some other file.
-bool description_file(char (&path)[kPathSize], const char* ext) {
-  char full[2 * kPathSize] = "";
-  if (currentdir(full, kPathSize) == nullptr) full[0] = '\0';
-  attach_path(full, str(myname), sizeof full);
-  attach_ext(full, ext, sizeof full);
-  return scpy(path, full, kPathSize) == static_cast<int>(std::strlen(full));
-}
-
 // A setting's value as a text that outlives changes to the store; nullopt
 // when it has none.
 std::optional<std::string> value_of(Ini* ini, const char* name) {
@@ -89,8 +65,12 @@ bool one_letter(const char* reply, char letter) {
 // with nothing changed in between, which would repeat forever, is caught.
 class QuestionWalk {
  public:
-  QuestionWalk(Ini* ini, Questions* quest, const RunKind& kind)
-      : ini_(ini), quest_(quest), kind_(kind), count_(static_cast<int>(quest_count(quest))) {}
+  QuestionWalk(Ini* ini, Questions* quest, const RunKind& kind, WalkObserver* observer)
+      : ini_(ini),
+        quest_(quest),
+        kind_(kind),
+        observer_(observer),
+        count_(static_cast<int>(quest_count(quest))) {}
 
   // Walks the questions from the first. Returns SUCEEDED when the last one
   // is done, QUIT when the user quits or input ends while a question waits,
@@ -121,34 +101,63 @@ class QuestionWalk {
     const char* setting = quest_setting(quest_, at);
     const char* text = quest_text(quest_, at);
     switch (quest_type(quest_, at)) {
-      case QCopy:
-        Store(setting, value_of(ini_, text));
+      case QCopy: {
+        const std::optional<std::string> value = value_of(ini_, text);
+        Store(setting, value);
+        Tell(index, WalkStep::kCopied, value ? value->c_str() : nullptr);
         return index + 1;
+      }
       case QXExist: {
         char path[kLineSize] = "";
         ini_replace(ini_, text, path, sizeof path);
-        Store(setting, file_exist(path) ? "true" : "false");
+        const char* found = file_exist(path) ? "true" : "false";
+        Store(setting, found);
+        Tell(index, WalkStep::kTested, found);
         return index + 1;
       }
-      case QError:
-        if (!isfalse(ini_value_name(ini_, setting))) return index + 1;
-        if (kind_.expand_errors) {
-          char message[kLineSize] = "";
-          ini_replace(ini_, text, message, sizeof message);
-          std::printf("Error: %s\n", message);
-        } else {
-          std::printf("Error: %s\n", str(text));
+      case QError: {
+        if (!isfalse(ini_value_name(ini_, setting))) {
+          Tell(index, WalkStep::kPassed, nullptr);
+          return index + 1;
         }
+        char message[kLineSize] = "";
+        if (kind_.expand_errors) {
+          ini_replace(ini_, text, message, sizeof message);
+        } else {
+          scpy(message, text, sizeof message);
+        }
+        Say(index, WalkStep::kErrorFired, message);
         return End(FAILED);
+      }
       case QLoop: {
-        if (!isfalse(ini_value_name(ini_, setting))) return index + 1;
+        if (!isfalse(ini_value_name(ini_, setting))) {
+          Tell(index, WalkStep::kPassed, nullptr);
+          return index + 1;
+        }
         // A target before the first question starts the walk again; one past
         // the last ends it.
         const int target = std::clamp(s_atoi(text), 0, count_);
+        Tell(index, WalkStep::kWentTo, std::to_string(target).c_str());
         return target > index ? target : SendBack(index, target);
       }
       default:
-        return GateOpen(at) ? Ask(index) : index + 1;
+        if (GateOpen(at)) return Ask(index);
+        Tell(index, WalkStep::kNotAsked, nullptr);
+        return index + 1;
+    }
+  }
+
+  // Tells the observer, if any, what question `index` did.
+  void Tell(int index, WalkStep step, const char* detail) {
+    if (observer_ != nullptr) observer_->Step(index, step, detail);
+  }
+  // Prints "Error: <text><after>" as the run shows it, or with an observer
+  // tells it the text instead.
+  void Say(int index, WalkStep step, const char* text, const char* after = "") {
+    if (observer_ != nullptr) {
+      observer_->Step(index, step, text);
+    } else {
+      std::printf("Error: %s%s\n", text, after);
     }
   }
 
@@ -182,17 +191,25 @@ class QuestionWalk {
         }
         ++changes_;
       }
-      if (one_letter(reply_, 'q')) return End(QUIT);
+      if (one_letter(reply_, 'q')) {
+        Tell(index, WalkStep::kQuit, nullptr);
+        return End(QUIT);
+      }
       // Back one; the first question stays where it is.
-      if (one_letter(reply_, 'b')) return SendBack(index, index > 0 ? index - 1 : 0);
+      if (one_letter(reply_, 'b')) {
+        Tell(index, WalkStep::kBack, nullptr);
+        return SendBack(index, index > 0 ? index - 1 : 0);
+      }
       const char* setting = quest_setting(quest_, at);
       const std::optional<std::string> before = value_of(ini_, setting);
       if (quest_answer(quest_, at, reply_)) {
-        if (value_of(ini_, setting) != before) ++changes_;
+        const std::optional<std::string> after = value_of(ini_, setting);
+        if (after != before) ++changes_;
         Answered(setting);
+        Tell(index, WalkStep::kAnswered, after ? after->c_str() : nullptr);
         return index + 1;
       }
-      std::printf("Error: %s, please try again\n", quest_error());
+      Say(index, WalkStep::kRefused, quest_error(), ", please try again");
       if (automate) return End(FAILED);
     }
   }
@@ -203,7 +220,7 @@ class QuestionWalk {
   int SendBack(int index, int target) {
     if (sent_back_[index] == changes_) {
       emsg("Question %d goes back to %d with nothing changed, stopping", index + 1, target + 1);
-      std::printf("Error: The questions go round without end\n");
+      Say(index, WalkStep::kRoundabout, "The questions go round without end");
       return End(FAILED);
     }
     sent_back_[index] = changes_;
@@ -227,6 +244,7 @@ class QuestionWalk {
   Ini* ini_;
   Questions* quest_;
   const RunKind& kind_;
+  WalkObserver* observer_;
   const int count_;
   int result_ = SUCEEDED;
   long changes_ = 0;
@@ -246,7 +264,7 @@ int question_stage(Ini* ini, const RunKind& kind) {
     emsg("Error loading questions");
     return FAILED;
   }
-  QuestionWalk walk(ini, quest.get(), kind);
+  QuestionWalk walk(ini, quest.get(), kind, nullptr);
   for (;;) {
     const int result = walk.Walk();
     if (result != SUCEEDED || automate) return result;
@@ -313,25 +331,29 @@ int run_action(Ini* ini, const RunKind& kind) {
 
 }  // namespace
 
-int install_product(Ini* ini) {
-  return run_action(ini,
-                    {"install", "Install", "install", false, "Copying files[", true, 1, nullptr});
+int walk_questions(Ini* ini, Questions* quest, const RunKind& kind, WalkObserver* observer) {
+  if (ini == nullptr || quest == nullptr) return FAILED;
+  return QuestionWalk(ini, quest, kind, observer).Walk();
 }
 
-int upgrade_product(Ini* ini) {
-  return run_action(ini,
-                    {"upgrade", "Upgrade", "upgrade", true, "Copying files[", true, 1, nullptr});
-}
-
-int remove_product(Ini* ini) {
-  return run_action(ini,
-                    {"remove", "Remove", "remove", false, "Removing files[", false, 0, "removed"});
-}
+const RunKind kInstallRun = {"install",        "Install", "install", false,
+                             "Copying files[", true,      1,         nullptr};
+const RunKind kUpgradeRun = {"upgrade",        "Upgrade", "upgrade", true,
+                             "Copying files[", true,      1,         nullptr};
+const RunKind kRemoveRun = {"remove",          "Remove", "remove", false,
+                            "Removing files[", false,    0,        "removed"};
 
 // Without a tag the heading is "[]" and no section can be loaded.
-int do_special(Ini* ini) {
-  return run_action(
-      ini, {"special", str(special_mode), special_mode, false, "Executing[", false, 0, "done."});
+RunKind special_run() {
+  return {"special", str(special_mode), special_mode, false, "Executing[", false, 0, "done."};
 }
+
+int install_product(Ini* ini) { return run_action(ini, kInstallRun); }
+
+int upgrade_product(Ini* ini) { return run_action(ini, kUpgradeRun); }
+
+int remove_product(Ini* ini) { return run_action(ini, kRemoveRun); }
+
+int do_special(Ini* ini) { return run_action(ini, special_run()); }
 
 }  // namespace inst

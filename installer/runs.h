@@ -9,8 +9,26 @@
 #include "copy/copy.h"
 #include "ini/ini.h"
 #include "installer/installer.h"
+#include "quest/quest.h"
 
 namespace inst {
+
+// What tells the four runs apart.
+struct RunKind {
+  const char* action;    // the run's name in its record
+  const char* heading;   // shown as "[heading]"
+  const char* section;   // of the question file and the copy script; null loads nothing
+  bool expand_errors;    // Error question texts get their references replaced
+  const char* progress;  // printed before the copy script's dots
+  bool count_bytes;      // the success line counts bytes and files, else files only
+  int stop_on_fail;      // the copy script stops at its first failing command
+  const char* done;      // last word of the files-only success line
+};
+extern const RunKind kInstallRun;
+extern const RunKind kUpgradeRun;
+extern const RunKind kRemoveRun;
+// The special run of the -special tag (special_mode, which may be null).
+RunKind special_run();
 
 // Per-file progress callback: prints one dot.
 void printdot(const char* src, const char* dst, int mode);
@@ -85,6 +103,32 @@ int install_product(Ini* ini);
 int upgrade_product(Ini* ini);
 int remove_product(Ini* ini);
 int do_special(Ini* ini);
+
+// What a question did as the walk went by it, for a dry run to show.
+enum class WalkStep {
+  kCopied,      // Copy: its setting took the value in detail (null: unchanged)
+  kTested,      // Exist: its setting became detail, "true" or "false"
+  kPassed,      // Error or Loop: its setting was not false, the walk went on
+  kErrorFired,  // Error: the run fails with the message in detail
+  kWentTo,      // Loop: the walk goes on at the position in detail
+  kNotAsked,    // its gate was closed
+  kAnswered,    // the answer was stored; its setting holds detail (null: none)
+  kRefused,     // the answer was refused for the reason in detail
+  kQuit,        // the answer quit the run
+  kBack,        // the answer went back a question
+  kRoundabout,  // the walk would go round for ever and fails (detail: why)
+};
+class WalkObserver {
+ public:
+  virtual ~WalkObserver() = default;
+  virtual void Step(int index, WalkStep step, const char* detail) = 0;
+};
+// Walks the loaded questions from the first as a run's question stage does,
+// unattended when `automate` is set, telling `observer` each step. With an
+// observer, the texts the walk would print ("Error: ...") go to it instead.
+// Returns SUCEEDED, QUIT or FAILED as the run would; FAILED for a null
+// store or list.
+int walk_questions(Ini* ini, Questions* quest, const RunKind& kind, WalkObserver* observer);
 
 }  // namespace inst
 

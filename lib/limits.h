@@ -13,6 +13,9 @@ constexpr int kLineSize = 1000;
 constexpr int kMessageMax = kLineSize - 1;
 // A path buffer: 255 characters and the terminator.
 constexpr int kPathSize = 256;
+// A settings-file template (the copy script's Ini command) is read in
+// pieces of 2999 characters, each written as a line.
+constexpr int kTemplateLineSize = 3000;
 // The unit in which copies read, write and count their bytes.
 constexpr int kCopyChunk = 8192;
 

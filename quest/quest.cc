@@ -9,6 +9,7 @@
 #include "ini/ini.h"
 #include "lib/input.h"
 #include "lib/limits.h"
+#include "lib/lines.h"
 #include "lib/log.h"
 #include "lib/paths.h"
 #include "lib/strings.h"
@@ -35,17 +36,20 @@ using Field = std::unique_ptr<char[]> Quest::*;
 // keyword; the five-word form then has a control and a comparison; `third`
 // takes the next word (the help id position); with `rest` the rest of the
 // line is the question text, escapes converted.
+// `usage` names the words, for problems.
 struct Form {
   Field second;
   bool controls;
   Field third;
   bool rest;
+  const char* usage;
 };
 
-constexpr Form kAsked{&Quest::setting, true, &Quest::help_id, true};
-constexpr Form kError{&Quest::setting, false, &Quest::help_id, true};
-constexpr Form kLoop{&Quest::setting, false, &Quest::text, false};
-constexpr Form kExist{&Quest::text, false, &Quest::setting, false};
+constexpr Form kAsked{&Quest::setting, true, &Quest::help_id, true,
+                      "setting control compare help-id text"};
+constexpr Form kError{&Quest::setting, false, &Quest::help_id, true, "setting help-id text"};
+constexpr Form kLoop{&Quest::setting, false, &Quest::text, false, "setting position"};
+constexpr Form kExist{&Quest::text, false, &Quest::setting, false, "path setting"};
 
 struct Keyword {
   const char* word;
@@ -77,8 +81,8 @@ void set_field(Quest& quest, Field field, const char* word) {
 // Fills quest from the words of line (trimmed, not empty), which is cut up
 // in place. Fields are set as their words are read, so a rejected line
 // leaves those it reached in the record. Returns false when a word is
-// missing (logged).
-bool parse_question(Quest& quest, char* line) {
+// missing (logged). *known is the keyword's entry, null for an unknown one.
+bool parse_question(Quest& quest, char* line, const Keyword** known_out) {
   char* next = nullptr;
   const char* keyword = s_strtok(line, kSeparators, &next);
   const Keyword* known = nullptr;
@@ -89,6 +93,7 @@ bool parse_question(Quest& quest, char* line) {
     }
   }
   if (known == nullptr) emsg("Unknown question type '%s'", str(keyword));
+  *known_out = known;
   quest.type = known != nullptr ? known->type : QType{};
   const Form& form = known != nullptr ? *known->form : kAsked;
   auto word = [&next]() { return s_strtok(nullptr, kSeparators, &next); };
@@ -128,27 +133,34 @@ bool parse_question(Quest& quest, char* line) {
   return true;
 }
 
-// Parses one question line into the slot at count. Whenever count is a
-// multiple of the step, the step's records from count on are emptied first,
-// also when a rejected line left the slot in use; a record reused without
-// that keeps what the rejected line set. The list only grows when it lacks
-// those records.
-void add_question(Questions* list, char* line) {
+// Parses one question line, the file's line `number`, into the slot at
+// count. Whenever count is a multiple of the step, the step's records from
+// count on are emptied first, also when a rejected line left the slot in
+// use; a record reused without that keeps what the rejected line set. The
+// list only grows when it lacks those records. An unknown keyword or a
+// rejected line is added to the list's problems.
+void add_question(Questions* list, char* line, int number) {
   const uint32_t at = list->count;
   if (at % kGrowStep == 0) {
     if (list->list.size() < size_t{at} + kGrowStep) list->list.resize(size_t{at} + kGrowStep);
     for (size_t i = at; i < size_t{at} + kGrowStep; ++i) list->list[i] = Quest{};
   }
-  if (parse_question(list->list[at], line)) ++list->count;
-}
-
-// Whether the section line `line` (starting with '[') names `section`: the
-// rest of the line, without one ']' that ends it, compared in any case.
-bool names_section(char* line, const char* section) {
-  char* name = line + 1;
-  const size_t length = std::strlen(name);
-  if (length > 0 && name[length - 1] == ']') name[length - 1] = '\0';
-  return s_stricmp(name, section) == 0;
+  Quest& quest = list->list[at];
+  const Keyword* known = nullptr;
+  const char* keyword = line;  // the keyword's end is cut by the parse
+  const bool accepted = parse_question(quest, line, &known);
+  quest.line = number;
+  if (accepted) ++list->count;
+  if (known == nullptr) {
+    list->problems.push_back({number, true,
+                              std::string("unknown question type '") + keyword + "': " +
+                                  (accepted ? "the line is kept as a question that takes any answer"
+                                            : "the line is dropped")});
+  } else if (!accepted) {
+    list->problems.push_back({number, true,
+                              std::string("too few words for ") + known->word + " (" +
+                                  known->form->usage + "): the line is dropped"});
+  }
 }
 
 const Quest* question(const Questions* list, uint32_t index) {
@@ -199,6 +211,13 @@ bool directory_is_empty(const char* path) {
 
 }  // namespace
 
+const char* quest_keyword(QType type) {
+  for (const Keyword& k : kKeywords) {
+    if (k.type == type) return k.word;
+  }
+  return nullptr;
+}
+
 Questions* quest_init(Ini* ini) {
   Questions* list = new Questions();
   list->ini = ini;
@@ -216,21 +235,23 @@ int quest_load(Questions* list, const char* file, const char* section) {
   if (list == nullptr || file == nullptr || section == nullptr) return 0;
   if (list->section && s_stricmp(list->section.get(), section) == 0) return 1;
   quest_clear(list);
+  list->problems.clear();
   OpenFile in(s_fopen(file, "r"));
   if (in.f == nullptr) {
     quest_seterror("Error opening '%s'", file);
     return 0;
   }
   bool inside = false;
-  char line[kLineSize];
-  while (std::fgets(line, sizeof line, in.f)) {
-    char* text = s_strtrm(line);
+  LineReader reader(in.f);
+  while (char* piece = reader.next()) {
+    char* text = s_strtrm(piece);
     if (*text == '\0' || *text == '#') continue;
     if (*text == '[') {
       if (inside) break;
-      inside = names_section(text, section);
+      inside = s_stricmp(section_name(text), section) == 0;
     } else if (inside) {
-      add_question(list, text);
+      if (reader.tail()) note_tail(&list->problems, reader);
+      add_question(list, text, reader.line());
     }
   }
   s_fclose(&in.f);
@@ -246,6 +267,7 @@ int quest_load(Questions* list, const char* file, const char* section) {
 void quest_clear(Questions* list) {
   if (list == nullptr || !list->section) return;
   std::vector<Quest>().swap(list->list);
+  list->problems.clear();
   list->section.reset();
   list->count = 0;
 }

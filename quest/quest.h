@@ -37,6 +37,7 @@
 #include <vector>
 
 #include "lib/format.h"
+#include "lib/lines.h"
 
 namespace inst {
 
@@ -70,6 +71,7 @@ struct Quest {
   std::unique_ptr<char[]> control_cmp;  // what the controlling setting is compared with
   std::unique_ptr<char[]> help_id;      // the help identifier
   QType type{};                         // 0 after an unknown keyword
+  int line = 0;                         // the line of the file it was read from, from 1
 };
 
 // The questions of one section.
@@ -81,7 +83,14 @@ struct Questions {
   // on are emptied (and made when missing) before a line is read.
   std::vector<Quest> list;
   Ini* ini = nullptr;  // defaults and answers; borrowed
+  // What the load met in the section: unknown keywords, lines dropped for
+  // want of a word, lines longer than a piece. Kept for -check.
+  std::vector<Problem> problems;
 };
+
+// The keyword of a question type as files write it ("DirExist" for
+// QDirExist); null for a type no keyword gives (0, QExist, QEmpty).
+const char* quest_keyword(QType type);
 
 // A new empty list bound to ini (which may be null: then nothing is stored
 // and there are no defaults).
@@ -94,10 +103,12 @@ void quest_free(Questions** list);
 // another is cleared first. Returns 1 when the section was found, even with
 // no valid question in it. Returns 0 for a null argument, a file that cannot
 // be opened (error "Error opening '%s'") or a section that is not in the
-// file (logged; the list stays empty). Rejected lines are logged only.
+// file (logged; the list stays empty). Rejected lines and unknown keywords
+// are logged and described in list->problems with their lines, as are the
+// tails of lines longer than a piece.
 int quest_load(Questions* list, const char* file, const char* section);
-// Releases every record and the section name and sets count to 0; nothing
-// when no section is loaded.
+// Releases every record, the problems and the section name and sets count
+// to 0; nothing when no section is loaded.
 void quest_clear(Questions* list);
 
 // The fields of question `index`; null (or 0) for a null list or an index

@@ -10,6 +10,12 @@
 //   log_contains    log lines, without time and process id, that must appear
 //                   in this order (other lines may come between them)
 //   tree            the expected listing of the run directory afterwards
+//   before          command-line words, one per line, of a run made first
+//                   (without input; its output is not compared), to leave
+//                   the directory as an earlier action would
+//   unchanged       (empty) the run must leave every file and directory
+//                   below the run directory as it found it: names, types,
+//                   modes, owners, sizes, times and contents, logs included
 //   machine/        directories laid read-only over the machine's own
 //                   directories of the same name (machine/etc over /etc),
 //                   seen only by the run: it gets a private mount namespace.
@@ -22,6 +28,7 @@
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -281,6 +288,34 @@ std::string Listing(const fs::path& dir, const std::string& name, const std::str
   return text;
 }
 
+// One line for every path below dir, sorted, with its type, mode, owner,
+// size, modification time and a hash of its content (of its target for a
+// symbolic link): two snapshots are equal only when nothing below dir has
+// changed.
+std::string Snapshot(const fs::path& dir) {
+  std::vector<std::string> lines;
+  for (auto it = fs::recursive_directory_iterator(dir); it != fs::recursive_directory_iterator();
+       ++it) {
+    struct stat st = {};
+    lstat(it->path().c_str(), &st);
+    std::string content;
+    if (S_ISLNK(st.st_mode)) {
+      content = fs::read_symlink(it->path()).string();
+    } else if (S_ISREG(st.st_mode)) {
+      content = ReadFile(it->path());
+    }
+    std::ostringstream line;
+    line << it->path().lexically_relative(dir).string() << " " << std::oct << st.st_mode << std::dec
+         << " " << st.st_uid << ":" << st.st_gid << " " << st.st_size << " " << st.st_mtim.tv_sec
+         << "." << st.st_mtim.tv_nsec << " " << std::hash<std::string>()(content);
+    lines.push_back(line.str());
+  }
+  std::sort(lines.begin(), lines.end());
+  std::string text;
+  for (const auto& line : lines) text += line + "\n";
+  return text;
+}
+
 std::string ReadTrimmed(const fs::path& path, const std::string& fallback) {
   if (!fs::exists(path)) return fallback;
   std::string text = ReadFile(path);
@@ -315,11 +350,20 @@ TEST_P(ScenarioTest, Transcript) {
   const fs::path input = fs::exists(scenario / "stdin") ? scenario / "stdin" : fs::path();
 
   const std::vector<Overlay> overlays = MachineOverlays(scenario);
+  if (fs::exists(scenario / "before")) {
+    RunProgram(program, SplitLines(ReadFile(scenario / "before")), work, fs::path(),
+               capture_.root(), overlays);
+  }
+  const bool unchanged = fs::exists(scenario / "unchanged");
+  const std::string snapshot = unchanged ? Snapshot(work) : std::string();
   const Outcome run = RunProgram(program, args, work, input, capture_.root(), overlays);
   if (!overlays.empty() && run.status == kCannotIsolate) {
     GTEST_SKIP() << "a private mount namespace is not permitted here";
   }
 
+  if (unchanged) {
+    EXPECT_EQ(Snapshot(work), snapshot) << "the run changed its directory";
+  }
   EXPECT_EQ(run.status, std::stoi(ReadTrimmed(scenario / "status", "0")));
   EXPECT_EQ(run.out, Expected(scenario / "stdout"));
   EXPECT_EQ(run.err, "");
