@@ -1,0 +1,4 @@
+[install]
+MkDir $(dest)
+[remove]
+RmDir $(dest)/* - keep false

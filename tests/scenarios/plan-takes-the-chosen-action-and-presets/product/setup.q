@@ -1,0 +1,4 @@
+[install]
+Dir dest - - DEST Where
+[remove]
+YN keep - - KEEP Keep the data
