@@ -5,6 +5,7 @@
 #include "installer/installer.h"
 #include "installer/runs.h"
 #include "lib/input.h"
+#include "lib/interrupt.h"
 #include "lib/limits.h"
 #include "lib/strings.h"
 
@@ -58,7 +59,8 @@ int suggested_action(Ini* ini) {
 
 void menu_loop(Ini* ini, int action) {
   char reply[kLineSize];
-  for (int finished = 0; !finished;) {
+  // A run cut short by a signal ends the menu.
+  for (int finished = 0; !finished && interrupt_signal() == 0;) {
     int choice;
     if (special_mode != nullptr) {
       choice = 5;
@@ -78,8 +80,9 @@ void menu_loop(Ini* ini, int action) {
       case 1: {
         const int result = install_product(ini);
         if (result != SW_TO_UPGRADE && result != QUIT) {
-          // Shown after a failed install too, on purpose.
-          print_blurb(ini);
+          // Shown after a failed install too, on purpose; not after one that
+          // was interrupted.
+          if (interrupt_signal() == 0) print_blurb(ini);
           finished = 1;
         }
         break;

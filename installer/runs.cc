@@ -14,6 +14,7 @@
 #include "file/file.h"
 #include "installer/installer.h"
 #include "lib/input.h"
+#include "lib/interrupt.h"
 #include "lib/limits.h"
 #include "lib/log.h"
 #include "lib/paths.h"
@@ -252,7 +253,13 @@ void copy_stage(Ini* ini, const RunKind& kind) {
     std::printf("%s", kind.progress);
     unsigned long files = 0;
     unsigned long bytes = 0;
-    if (!copy_process(copy, &files, kind.count_bytes ? &bytes : nullptr, kind.stop_on_fail)) {
+    // While files change, SIGINT, SIGTERM and SIGHUP stop the script
+    // cleanly instead of ending the program half-way through a file.
+    interrupt_arm();
+    const int done =
+        copy_process(copy, &files, kind.count_bytes ? &bytes : nullptr, kind.stop_on_fail);
+    interrupt_disarm();
+    if (!done) {
       std::printf("]\nFailed, %s", copy_error());
     } else if (kind.count_bytes) {
       std::printf("]\nSuccess %d bytes in %d files copied\n", shown(bytes), shown(files));
