@@ -1,5 +1,5 @@
 // The trees that the copy benchmarks time side by side with the system's
-// tools (10,000 files of 4 KiB in 100 directories, and one file of 256 MiB),
+// tools (10,000 files of 4 KiB in 100 directories, and one file of 1 GiB),
 // and the median by which they sum up their rounds.
 #ifndef INSTALLER_TESTS_BENCH_TREES_H_
 #define INSTALLER_TESTS_BENCH_TREES_H_
@@ -16,7 +16,7 @@ namespace bench {
 constexpr int kDirs = 100;
 constexpr int kFilesPerDir = 100;
 constexpr size_t kSmallSize = 4096;
-constexpr size_t kBigSize = size_t{256} << 20;
+constexpr size_t kBigSize = size_t{1024} << 20;
 
 // Writes root/small/d<0..99>/f<0..99> of kSmallSize bytes each and
 // root/big/big.bin of kBigSize bytes, all of varied content.
