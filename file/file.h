@@ -135,15 +135,17 @@ void file_setup(const FSInf* inf);
 // Stores the current pair into inf so that it can be restored later.
 void file_old_setup(FSInf* inf);
 
-// Writes one file all or nothing. The content goes to a fresh temporary file
-// beside the destination, and commit() renames it over the destination;
-// until then the destination keeps its old content, and a replacement
-// dropped without commit() (a failure, an interrupt) removes its temporary
-// file. A regular file that is replaced keeps its mode and owner, as
-// emptying it in place would have; a new file, or one that replaces a
-// symbolic link (the link itself, never what it points to), gets the
-// process's default mode. A device, FIFO or socket is written in place:
-// there is no content there to lose.
+// Writes one file all or nothing. When the destination exists, the content
+// goes to a fresh temporary file beside it (".instkit.XXXXXX"), and commit()
+// renames that over the destination; until then the destination keeps its
+// old content, and a replacement dropped without commit() (a failure, an
+// interrupt) removes its temporary file. A regular file that is replaced
+// keeps its mode and owner, as emptying it in place would have; one that
+// replaces a symbolic link (the link itself, never what it points to) gets
+// the process's default mode. A destination that does not exist is created
+// under its own name, with the default mode, and removed again when dropped
+// without commit(). A device, FIFO or socket is written in place: there is
+// no content there to lose.
 class Replacement {
  public:
   Replacement() = default;
@@ -154,6 +156,9 @@ class Replacement {
   // Prepares to write dst. Returns false with errno set when nothing can be
   // written there (EISDIR for a directory).
   bool open(const char* dst);
+  // As open(dst), given the status lstat() just gave for dst, or null when
+  // dst does not exist.
+  bool open(const char* dst, const struct stat* now);
   // The descriptor to write to; -1 when not open.
   int fd() const { return fd_; }
   // Whether the descriptor is a regular file.
@@ -171,6 +176,7 @@ class Replacement {
   std::string final_;  // the destination
   std::string temp_;   // the temporary file; empty when writing in place
   int fd_ = -1;
+  bool created_ = false;  // fd_ is a new file under the final name
   bool regular_ = false;
   bool keep_status_ = false;  // a regular file is replaced: keep its mode and owner
   struct stat old_ = {};      // its status
