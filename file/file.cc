@@ -6,6 +6,7 @@
 #include <grp.h>
 #include <pwd.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -47,6 +48,13 @@ constexpr int kTempAttempts = 100;
 // the copy fails, which leaves nothing behind all the same, while a rename
 // for every new file made a copy of 10,000 small files a fifth slower.
 constexpr bool kNewFilesBeside = false;
+// The system call that changes a mode without following a link; its number
+// is the same on every architecture that has it.
+#ifdef SYS_fchmodat2
+constexpr long kFchmodat2 = SYS_fchmodat2;
+#else
+constexpr long kFchmodat2 = 452;
+#endif
 // Upper bound for the buffer of a user or group lookup.
 constexpr size_t kLookupBufferMax = size_t{1} << 20;
 
@@ -674,9 +682,12 @@ int file_chmod(const File* file, int mode) {
 int file_lchmod(const File* file, int mode) {
   if (file == nullptr) return 0;
   const mode_t bits = static_cast<mode_t>(mode);
-  int r = fchmodat(AT_FDCWD, file->name, bits, AT_SYMLINK_NOFOLLOW);
-  // Where the C library cannot do this without /proc, a plain change is
-  // safe only for what is not a link.
+  // The kernel's own call (Linux 6.6 on) does it in one step; the C
+  // library's takes four and needs /proc.
+  int r = static_cast<int>(syscall(kFchmodat2, AT_FDCWD, file->name, bits, AT_SYMLINK_NOFOLLOW));
+  if (r != 0) r = fchmodat(AT_FDCWD, file->name, bits, AT_SYMLINK_NOFOLLOW);
+  // Where the C library cannot do it without /proc, a plain change is safe
+  // only for what is not a link.
   struct stat st;
   if (r != 0 && (errno == EOPNOTSUPP || errno == ENOTSUP) && lstat(file->name, &st) == 0 &&
       !S_ISLNK(st.st_mode)) {
