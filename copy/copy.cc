@@ -3,7 +3,9 @@
 // the settings store.
 #include "copy/copy.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -368,6 +370,25 @@ int remove_files(Copy* copy, int index) {
   return count;
 }
 
+// Opens a template for reading without waiting on a FIFO. Returns the
+// stream, or null with errno set: EINVAL for anything but a regular file
+// or a directory (which fails as unreadable), since a device or a FIFO may
+// never end.
+FILE* open_template(const char* path) {
+  if (path == nullptr) return nullptr;
+  const int fd = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (fd < 0) return nullptr;
+  struct stat st;
+  if (fstat(fd, &st) != 0 || !(S_ISREG(st.st_mode) || S_ISDIR(st.st_mode))) {
+    close(fd);
+    errno = EINVAL;
+    return nullptr;
+  }
+  FILE* stream = fdopen(fd, "r");
+  if (stream == nullptr) close(fd);
+  return stream;
+}
+
 // Whether the command's controlling setting lets it run.
 bool gate_open(Copy* copy, const CCmd& cmd) {
   const char* ctl = ini_value_name(copy->ini, cmd.control.get());
@@ -658,9 +679,13 @@ int copy_write_ini(Copy* copy, int index) {
     cerror("Error creating ini file '%s'", str(dest));
     return 0;
   }
-  OpenFile in(s_fopen(source, "r"));
+  OpenFile in(open_template(source));
   if (in.f == nullptr) {
-    cerror("Error reading ini file '%s'", str(source));
+    if (errno == EINVAL) {
+      cerror("Refusing to read '%s', not a regular file", str(source));
+    } else {
+      cerror("Error reading ini file '%s'", str(source));
+    }
     return 0;
   }
   imsg("Writing INI file '%s' to '%s'", source, dest);

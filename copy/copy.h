@@ -172,8 +172,9 @@ int copy_do(Copy* copy, int index, unsigned long* bytes);
 // line with references loses its leading blanks; one without keeps them (on
 // purpose). Returns 1; 0 when dest cannot be created ("Error creating ini
 // file '%s'"), when the template cannot be opened or read to its end ("Error
-// reading ini file '%s'") or when writing dest fails ("Error writing ini
-// file '%s'"); dest is then left as it was.
+// reading ini file '%s'"), is not a regular file ("Refusing to read '%s', not
+// a regular file") or when writing dest fails ("Error writing ini file
+// '%s'"); dest is then left as it was.
 int copy_write_ini(Copy* copy, int index);
 // Rename: renames source to dest. Returns 1; 0 on failure, logged as
 // "Error renaming '%s'->'%s', %s" with an empty third text and the system

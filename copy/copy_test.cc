@@ -1,6 +1,5 @@
 #include "copy/copy.h"
 
-#include <signal.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -14,7 +13,6 @@
 #include <vector>
 
 #include "ini/ini.h"
-#include "lib/interrupt.h"
 #include "lib/paths.h"
 #include "lib/strings.h"
 #include "tests/scratch.h"
@@ -240,13 +238,14 @@ TEST_F(CopyTest, IniTemplateKeepsIndentOnlyWithoutReferences) {
   // leaves the destination as it was.
   fs::create_directory("src");
   dir_.Write("out.ini", "old");
-  for (const char* tmpl : {"none.ini", "src"}) {
+  for (const char* tmpl : {"none.ini", "src", "/dev/null"}) {
     EXPECT_EQ(Do(std::string("Ini ") + tmpl + " out.ini") + copy_write_ini(copy_, 0), 0);
   }
   EXPECT_EQ(dir_.Read("out.ini"), "old");
   EXPECT_EQ(Do("Ini t.ini no/out.ini"), 0);
   for (const char* line : {"Error reading ini file 'none.ini', No such file or directory",
                            "Error reading ini file 'src', Is a directory",
+                           "Refusing to read '/dev/null', not a regular file, Invalid argument",
                            "Error creating ini file 'no/out.ini', No such file or directory"}) {
     EXPECT_TRUE(Logged("Error", line)) << line;
   }
@@ -329,7 +328,7 @@ TEST_F(CopyTest, ChmodAndChownWalkDepthFirstWithFullPathExclusions) {
   }
 }
 
-TEST_F(CopyTest, FailuresOnMountedFileSystemsStopTheWalkAndLeaveFilesAsTheyWere) {
+TEST_F(CopyTest, FailuresOnMountedFileSystemsStopTheWalkAndLeaveNoPartialCopy) {
   Mount ro("ro/m");
   Mount full("full");
   if (!ro.ok || !full.ok) GTEST_SKIP() << "mounting a tmpfs is not permitted";
@@ -348,24 +347,13 @@ TEST_F(CopyTest, FailuresOnMountedFileSystemsStopTheWalkAndLeaveFilesAsTheyWere)
                "Error changing mode of 'ro/m' to 448, Read-only file system", "file_chmod failed",
                "Finished chmod'ing, 0 files done"}));
 
-  // A full file system leaves every file it would have replaced as it was,
-  // and no partial file.
+  // No partial file is left under the name.
   dir_.Write("src/big.bin", std::string(256 << 10, 'x'));
-  dir_.Write("big.ini", std::string(256 << 10, 'x') + "\n");
-  ini_add_name(ini_, "big", std::string(256 << 10, 'x').c_str());
-  for (const char* f : {"full/big.bin", "full/c.ini", "full/w"}) dir_.Write(f, "old");
   file_setup_fn(nullptr, CountFailure);
-  EXPECT_EQ(
-      Do("CopyFile src/big.bin - ./full") + Do("Ini big.ini full/c.ini") + Do("WFile full/w big"),
-      0);
+  EXPECT_EQ(Do("CopyFile src/big.bin - ./full"), 0);
   EXPECT_EQ(failures, 1);
-  EXPECT_EQ(Tree("full"), "big.bin,c.ini,w");
-  EXPECT_EQ(dir_.Read("full/big.bin") + dir_.Read("full/c.ini") + dir_.Read("full/w"), "oldoldold");
-  for (const char* line : {"Error writing to './full/big.bin', No space left on device",
-                           "Error writing ini file 'full/c.ini', No space left on device",
-                           "Failed to write (full/w), No space left on device"}) {
-    EXPECT_TRUE(Logged("Error", line)) << line;
-  }
+  EXPECT_EQ(Tree("full"), "");
+  EXPECT_EQ(LogLines("Error").back(), "Error writing to './full/big.bin', No space left on device");
 }
 
 TEST_F(CopyTest, LoopsUnreadableDirectoriesAndOverlongPathsFailCleanly) {
@@ -439,18 +427,6 @@ TEST_F(CopyTest, RemovalsThatCannotBeMeantAreRefused) {
                      "Operation not permitted",
                      "Refusing to remove '/no-such-name-here-*', the root or a system directory, "
                      "Operation not permitted"}));
-}
-
-TEST_F(CopyTest, RecordedSignalStopsTheScriptAfterTheCommandItCut) {
-  Load("[install]\nMkDir a\nMkDir b\n");
-  interrupt_arm();
-  raise(SIGTERM);
-  const int result = copy_process(copy_, nullptr, nullptr, 0);
-  interrupt_disarm();
-  interrupt_clear();
-  EXPECT_EQ(result, 0);
-  EXPECT_EQ(Tree("."), "a/,install.cpy,test.log");
-  EXPECT_EQ(LogLines("Error").back(), "Interrupted by signal 15 (Terminated), stopping...");
 }
 
 TEST_F(CopyTest, ScriptRunTranscript) {

@@ -95,7 +95,7 @@ class SafetyTest : public testing::Test {
               const std::function<bool()>& in_child = {}, int in_fd = -1) {
     work_.Write("setup.cpy", "[t]\n" + script);
     Strings words = prefix;
-    words.push_back(work_.Path("setup"));
+    words.push_back(dir_ + "/setup");
     if (in_fd < 0) words.push_back("-automate");
     words.push_back("-special");
     words.push_back("t");
@@ -106,7 +106,7 @@ class SafetyTest : public testing::Test {
       argv.push_back(nullptr);
       const int in = in_fd >= 0 ? in_fd : open("/dev/null", O_RDONLY);
       const int out = open(capture_.Path("out").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-      if (in < 0 || out < 0 || chdir(work_.root().c_str()) != 0) _exit(127);
+      if (in < 0 || out < 0 || chdir(dir_.c_str()) != 0) _exit(127);
       if (in_child && !in_child()) _exit(125);
       dup2(in, 0);
       dup2(out, 1);
@@ -126,18 +126,17 @@ class SafetyTest : public testing::Test {
     return Wait(Start(script, prefix, in_child));
   }
   std::string Out() { return capture_.Read("out"); }
-  // The log's lines without time and process id.
-  Strings Log() {
-    Strings bodies;
-    std::istringstream in(work_.Read("setup.log"));
-    for (std::string line; std::getline(in, line);)
-      bodies.push_back(line.substr(line.find("] ") + 2));
-    return bodies;
+  // Each line must be in the log, after the time and process id.
+  void ExpectLogged(const Strings& lines) {
+    const std::string log = work_.Read("setup.log");
+    for (const std::string& line : lines) {
+      EXPECT_NE(log.find("] " + line + "\n"), std::string::npos) << line << " is not in\n" << log;
+    }
   }
-  void ExpectLogged(const std::string& line) {
-    const Strings log = Log();
-    EXPECT_NE(std::find(log.begin(), log.end(), line), log.end())
-        << line << "\nnot in the log:\n" << work_.Read("setup.log");
+  Strings Snapshots(const Strings& rels) {
+    Strings all;
+    for (const auto& rel : rels) all.push_back(Snapshot(work_.Path(rel)));
+    return all;
   }
   // Temporary files left anywhere below the run directory.
   int Leftovers() {
@@ -150,6 +149,7 @@ class SafetyTest : public testing::Test {
 
   inst::ScratchDir work_;
   inst::ScratchDir capture_;
+  std::string dir_ = work_.root();  // where the program runs
   std::vector<std::string> mounts_;
 };
 
@@ -160,28 +160,25 @@ TEST_F(SafetyTest, FullFileSystemLeavesEveryReplacedFileAsItWas) {
   work_.Write("src/tree/b.bin", big);
   work_.Write("src/c.ini", "name=$(product)\n" + big + "\n");
   const Strings olds = {"full/a.bin", "full/dir/b.bin", "full/c.ini", "full/w"};
-  work_.Write(olds[0], std::string(300 << 10, 'o'));
-  work_.Write(olds[1], "old b");
-  work_.Write(olds[2], "name=old\n");
-  work_.Write(olds[3], "old");
+  for (const auto& f : olds)
+    work_.Write(f, "old " + f + std::string(f == olds[0] ? 300 << 10 : 0, 'o'));
   chmod(work_.Path(olds[0]).c_str(), 0640);
   chown(work_.Path(olds[2]).c_str(), 33, 33);
   Fill(work_.Path("full"));
-  Strings before;
-  for (const auto& f : olds) before.push_back(Snapshot(work_.Path(f)));
+  const Strings before = Snapshots(olds);
 
   EXPECT_EQ(Run("CopyFile $(current_dir)/src/a.bin - $(current_dir)/full\n"
                 "CopyDir $(current_dir)/src/tree/* - $(current_dir)/full/dir\n"
                 "Ini $(current_dir)/src/c.ini $(current_dir)/full/c.ini\n"
                 "WFile $(current_dir)/full/w product\n"),
             0);
-  for (size_t i = 0; i < olds.size(); ++i) EXPECT_EQ(Snapshot(work_.Path(olds[i])), before[i]);
+  EXPECT_EQ(Snapshots(olds), before);
   EXPECT_EQ(Leftovers(), 0);
   const std::string full = work_.Path("full");
-  ExpectLogged("Error: Error writing to '" + full + "/a.bin', No space left on device");
-  ExpectLogged("Error: Error writing to '" + full + "/dir/b.bin', No space left on device");
-  ExpectLogged("Error: Error writing ini file '" + full + "/c.ini', No space left on device");
-  ExpectLogged("Error: Failed to write (" + full + "/w), No space left on device");
+  ExpectLogged({"Error: Error writing to '" + full + "/a.bin', No space left on device",
+                "Error: Error writing to '" + full + "/dir/b.bin', No space left on device",
+                "Error: Error writing ini file '" + full + "/c.ini', No space left on device",
+                "Error: Failed to write (" + full + "/w), No space left on device"});
 }
 
 // As nobody, under a file size limit: a source it cannot read, a target on
@@ -193,39 +190,40 @@ TEST_F(SafetyTest, UnreadableSourceReadOnlyTargetAndSizeLimitKeepTheOldFiles) {
   chmod(work_.Path("src/secret.conf").c_str(), 0600);
   work_.Write("src/big.bin", std::string(300 << 10, 'n'));
   const Strings olds = {"out/secret.conf", "ro/f", "out/big.bin"};
-  work_.Write("ro/f", "old");
+  for (const auto& f : olds) work_.Write(f, "old");
   Mount("ro", nullptr);
-  for (const char* f : {"out/secret.conf", "out/big.bin"}) work_.Write(f, "old");
   for (const char* f : {"out", "out/secret.conf", "out/big.bin"}) {
     chown(work_.Path(f).c_str(), 65534, 65534);
   }
-  Strings before;
-  for (const auto& f : olds) before.push_back(Snapshot(work_.Path(f)));
+  const Strings before = Snapshots(olds);
 
-  const int status =
-      Run("CopyFile $(current_dir)/src/secret.conf - $(current_dir)/out\n"
-          "CopyFile $(current_dir)/src/big.bin - $(current_dir)/ro\n"
-          "CopyFile $(current_dir)/src/big.bin - $(current_dir)/out\n",
-          {"/usr/bin/setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"}, [] {
-            const rlimit limit = {100 << 10, 100 << 10};
-            return setrlimit(RLIMIT_FSIZE, &limit) == 0;
-          });
-  EXPECT_EQ(status, 0);  // not ended by SIGXFSZ
-  for (size_t i = 0; i < olds.size(); ++i) EXPECT_EQ(Snapshot(work_.Path(olds[i])), before[i]);
+  EXPECT_EQ(Run("CopyFile $(current_dir)/src/secret.conf - $(current_dir)/out\n"
+                "CopyFile $(current_dir)/src/big.bin - $(current_dir)/ro\n"
+                "CopyFile $(current_dir)/src/big.bin - $(current_dir)/out\n",
+                {"/usr/bin/setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"},
+                [] {
+                  const rlimit limit = {100 << 10, 100 << 10};
+                  return setrlimit(RLIMIT_FSIZE, &limit) == 0;
+                }),
+            0);  // not ended by SIGXFSZ
+  EXPECT_EQ(Snapshots(olds), before);
   EXPECT_EQ(Leftovers(), 0);
   const std::string dir = work_.root();
-  ExpectLogged("Error: Error opening '" + dir + "/src/secret.conf' for read, Permission denied");
-  ExpectLogged("Error: Error opening '" + dir + "/ro/big.bin' for write, Read-only file system");
-  ExpectLogged("Error: Error writing to '" + dir + "/out/big.bin', File too large");
+  ExpectLogged({"Error: Error opening '" + dir + "/src/secret.conf' for read, Permission denied",
+                "Error: Error opening '" + dir + "/ro/big.bin' for write, Read-only file system",
+                "Error: Error writing to '" + dir + "/out/big.bin', File too large"});
 }
 
 TEST_F(SafetyTest, SignalInTheMiddleOfACopyEndsTheRunWithNothingHalfDone) {
   Mount("src", "size=600m");
   const std::string big(128 << 20, 'n');
-  for (const char* f : {"src/1", "src/2", "src/3", "src/4"}) work_.Write(f, big);
-  for (const char* f : {"out/1", "out/2", "out/3", "out/4"}) work_.Write(f, "old");
+  const Strings outs = {"out/1", "out/2", "out/3", "out/4"};
+  for (const auto& f : outs) {
+    work_.Write("src/" + f.substr(4), big);
+    work_.Write(f, "old");
+  }
   const pid_t pid = Start("CopyFile $(current_dir)/src/* - $(current_dir)/out\n");
-  // Waits for the first temporary file to fill, then interrupts.
+  // Interrupts as soon as the first temporary file fills.
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
   bool copying = false;
   while (!copying && std::chrono::steady_clock::now() < deadline) {
@@ -242,14 +240,14 @@ TEST_F(SafetyTest, SignalInTheMiddleOfACopyEndsTheRunWithNothingHalfDone) {
   EXPECT_LT(std::chrono::steady_clock::now() - sent, std::chrono::seconds(1));
 
   int old = 0;
-  for (const char* f : {"out/1", "out/2", "out/3", "out/4"}) {
+  for (const auto& f : outs) {
     const std::string text = work_.Read(f);
     old += text == "old";
     EXPECT_TRUE(text == "old" || text == big) << f << " has " << text.size() << " bytes";
   }
   EXPECT_GT(old, 0);
   EXPECT_EQ(Leftovers(), 0);
-  ExpectLogged("Error: Interrupted by signal 15 (Terminated), stopping...");
+  ExpectLogged({"Error: Interrupted by signal 15 (Terminated), stopping..."});
   EXPECT_EQ(Out().find("<Press enter to exit>"), std::string::npos);
 }
 
@@ -259,22 +257,22 @@ TEST_F(SafetyTest, LinksPlantedInATreeLeadNowhere) {
   for (const char* f : {"secret", "outside", "outside/f"}) chmod(work_.Path(f).c_str(), 0600);
   work_.Write("app/bin/run", "");
   fs::create_directories(work_.Path("app/data"));
-  fs::create_symlink("../../secret", work_.Path("app/data/x"));
-  fs::create_symlink("../../secret", work_.Path("app/data/w"));
+  for (const char* link : {"app/data/x", "app/data/w"}) {
+    fs::create_symlink("../../secret", work_.Path(link));
+  }
   fs::create_directory_symlink("../../outside", work_.Path("app/data/d"));
   const Strings kept = {"secret", "outside", "outside/f", "app/data/x", "app/data/d"};
-  Strings before;
-  for (const auto& f : kept) before.push_back(Snapshot(work_.Path(f)));
+  const Strings before = Snapshots(kept);
 
   EXPECT_EQ(Run("Chown $(current_dir)/app/* - nobody:nogroup\n"
                 "Chmod $(current_dir)/app/* - 777\n"
                 "WFile $(current_dir)/app/data/w product\n"),
             0);
-  for (size_t i = 0; i < kept.size(); ++i) EXPECT_EQ(Snapshot(work_.Path(kept[i])), before[i]);
-  EXPECT_EQ(Snapshot(work_.Path("app/bin/run")), std::to_string(S_IFREG | 0777) + " 65534:65534 ");
-  EXPECT_EQ(Snapshot(work_.Path("app/data/w")),
-            std::to_string(S_IFREG | 0644) + " 0:0 Safe");
-  ExpectLogged("Debug: Not following link '" + work_.Path("app/data/x") + "'");
+  EXPECT_EQ(Snapshots(kept), before);
+  EXPECT_EQ(Snapshots({"app/bin/run", "app/data/w"}),
+            (Strings{std::to_string(S_IFREG | 0777) + " 65534:65534 ",
+                     std::to_string(S_IFREG | 0644) + " 0:0 Safe"}));
+  ExpectLogged({"Debug: Not following link '" + work_.Path("app/data/x") + "'"});
 }
 
 // The root file system is made read-only for the run, so that even a
@@ -299,14 +297,12 @@ TEST_F(SafetyTest, RemovalOfAMissingSettingsTreeIsRefused) {
           });
   if (status == 125) GTEST_SKIP() << "cannot make the root file system read-only";
   EXPECT_EQ(status, 0);
-  const char* why[] = {"a setting it names is missing or empty", "the root or a system directory"};
-  for (const auto& [source, reason] : {std::pair{std::string("/*"), why[0]},
-                                       {"/etc/passwd", why[0]},
-                                       {"/tmp/../etc", why[1]},
-                                       {work + "/top/*", why[1]}}) {
-    ExpectLogged("Error: Refusing to remove '" + source + "', " + reason +
-                 ", Operation not permitted");
-  }
+  const std::string lost = "', a setting it names is missing or empty, Operation not permitted";
+  const std::string top = "', the root or a system directory, Operation not permitted";
+  ExpectLogged({"Error: Refusing to remove '/*" + lost,
+                "Error: Refusing to remove '/etc/passwd" + lost,
+                "Error: Refusing to remove '/tmp/../etc" + top,
+                "Error: Refusing to remove '" + work + "/top/*" + top});
   std::string screen = "[t]\nExecuting[";
   for (int i = 0; i < 4; ++i) screen += "\nError: Operation not permitted\n";
   EXPECT_NE(Out().find(screen + "]\n Success 0 files done.\n"), std::string::npos) << Out();
@@ -319,7 +315,6 @@ TEST_F(SafetyTest, SecondRunAtOnceAndOverlongNamesTouchNothing) {
   const pid_t first = Start("", {}, {}, pipe_ends[0]);
   close(pipe_ends[0]);
   while (work_.Read("setup.log").empty()) std::this_thread::sleep_for(std::chrono::milliseconds(5));
-
   const pid_t second = Start("");
   EXPECT_EQ(Wait(second), 1);
   EXPECT_EQ(Out(), "Error: another run (process " + std::to_string(first) +
@@ -328,25 +323,17 @@ TEST_F(SafetyTest, SecondRunAtOnceAndOverlongNamesTouchNothing) {
   close(pipe_ends[1]);
   EXPECT_EQ(Wait(first), 0);
 
-  // A directory whose path fits while the log's does not.
-  const std::string deep = work_.root() + "/" + std::string(249 - work_.root().size(), 'd');
-  fs::create_directories(deep);
+  // A directory whose path fits while the log's name in it does not.
+  dir_ = work_.root() + "/" + std::string(249 - work_.root().size(), 'd');
+  fs::create_directories(dir_);
   for (const char* f : {"setup", "setup.dat", "setup.int", "setup.q"}) {
-    fs::rename(work_.Path(f), deep + "/" + f);
+    fs::rename(work_.Path(f), dir_ + "/" + f);
   }
-  const pid_t pid = fork();
-  if (pid == 0) {
-    const int out = open(capture_.Path("out").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    if (out < 0 || chdir(deep.c_str()) != 0) _exit(127);
-    dup2(out, 1);
-    execl((deep + "/setup").c_str(), "setup", "-automate", nullptr);
-    _exit(127);
-  }
-  EXPECT_EQ(Wait(pid), 1);
+  EXPECT_EQ(Run(""), 1);
   EXPECT_EQ(Out(),
             "Error: the current directory's path is 250 characters long, too long to name "
             "'setup.log' in it\n");
-  EXPECT_FALSE(fs::exists(deep + "/setup.log"));
+  EXPECT_FALSE(fs::exists(dir_ + "/setup.log"));
 }
 
 }  // namespace
