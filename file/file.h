@@ -156,8 +156,10 @@ class Replacement {
   // Prepares to write dst. Returns false with errno set when nothing can be
   // written there (EISDIR for a directory).
   bool open(const char* dst);
-  // As open(dst), given the status lstat() just gave for dst, or null when
-  // dst does not exist.
+  // Prepares to write dst when nothing stands under that name yet, creating
+  // it. Returns false with errno set: EEXIST when something does.
+  bool create(const char* dst);
+  // Prepares to replace dst, given the status lstat() just gave for it.
   bool open(const char* dst, const struct stat* now);
   // The descriptor to write to; -1 when not open.
   int fd() const { return fd_; }
