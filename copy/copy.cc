@@ -3,17 +3,23 @@
 // the settings store.
 #include "copy/copy.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "ini/ini.h"
+#include "lib/interrupt.h"
 #include "lib/limits.h"
 #include "lib/lines.h"
 #include "lib/log.h"
@@ -155,11 +161,26 @@ bool parse_line(char* line, CCmd* cmd, std::string* problem) {
   return true;
 }
 
+// Whether text refers to a setting that has no value, or an empty one: its
+// expansion leaves no trace of it.
+bool loses_reference(const Copy* copy, const char* text) {
+  for (const char* at = text; at != nullptr && (at = std::strstr(at, "$(")) != nullptr;) {
+    const char* close = std::strchr(at + 2, ')');
+    if (close == nullptr) break;
+    const std::string name(at + 2, close);
+    const char* value = ini_value_name(copy->ini, name.c_str());
+    if (value == nullptr || *value == '\0') return true;
+    at = close + 1;
+  }
+  return false;
+}
+
 // The load-time substitution of one accepted command: "-" as the exclusion
 // list means none, and the source and destination get their references
 // expanded. The other fields stay as written.
 void substitute(const Copy* copy, CCmd* cmd) {
   if (cmd->not_ && std::strcmp(cmd->not_.get(), "-") == 0) cmd->not_.reset();
+  cmd->lost_reference = loses_reference(copy, cmd->source.get());
   for (std::unique_ptr<char[]>* field : {&cmd->source, &cmd->dest}) {
     if (char* expanded = replace_vars(copy, field->get())) field->reset(expanded);
   }
@@ -258,7 +279,7 @@ int copy_files(Copy* copy, int index, unsigned long* bytes) {
     if (scan.entry() == nullptr) {
       imsg("No files found to copy in '%s' matching '%s'", str(src_path), str(src_wild));
     }
-    for (bool more = scan.entry() != nullptr; more; more = scan.next()) {
+    for (bool more = scan.entry() != nullptr; more && interrupt_signal() == 0; more = scan.next()) {
       const char* base = scan.base();
       if (wild_ilist(base, exclude)) continue;
       // Room for the whole joined path: one too long for a path buffer is
@@ -277,18 +298,72 @@ int copy_files(Copy* copy, int index, unsigned long* bytes) {
   return count;
 }
 
+// Whether the name holds a wildcard character.
+bool has_wildcard(const char* name) { return std::strpbrk(name, "*?") != nullptr; }
+
+// Whether name (one path component) is a top-level system directory's.
+
+// The absolute path dir with "//", "." and ".." collapsed, as components;
+// false when dir is not absolute.
+bool components(const char* dir, std::vector<std::string>* parts) {
+  if (!is_separator(dir[0])) return false;
+  std::string part;
+  for (const char* c = dir;; ++c) {
+    if (*c != '\0' && !is_separator(*c)) {
+      part += *c;
+      continue;
+    }
+    if (part == "..") {
+      if (!parts->empty()) parts->pop_back();
+    } else if (!part.empty() && part != ".") {
+      parts->push_back(part);
+    }
+    part.clear();
+    if (*c == '\0') return true;
+  }
+}
+
+// The refusal of copy_rm_forbidden for one absolute directory.
+bool forbidden_in(const char* dir, const char* wild) {
+  std::vector<std::string> parts;
+  if (!components(dir, &parts)) return false;
+  if (parts.empty()) return *wild == '\0' || has_wildcard(wild) || copy_system_dir(wild);
+  return parts.size() == 1 && copy_system_dir(parts[0].c_str()) && std::strcmp(wild, "*") == 0;
+}
+
+// Refuses a removal: logs "Refusing to remove '%s', <why>" and reports the
+// source through the failure callback. Returns 0, the command's result.
+int refuse_removal(const char* source, FormatFor<const char*> why) {
+  errno = EPERM;
+  cerror(why, source);
+  FSInf callbacks;
+  file_old_setup(&callbacks);
+  if (callbacks.xfail != nullptr) callbacks.xfail(source, nullptr, 0);
+  return 0;
+}
+
 // RmFile and RmDir: removes the source's matching plain files, and for
-// RmDir its matching directories with their contents. Returns the number of
-// entries removed.
+// RmDir its matching directories with their contents. A source that lost a
+// reference at load, or that copy_rm_forbidden refuses, is a failure and
+// nothing is removed. Returns the number of entries removed.
 int remove_files(Copy* copy, int index) {
   const CCmd& cmd = *command(copy, index);
   const char* exclude = cmd.not_.get();
+  const char* source = str(cmd.source.get());
   char path[kPathSize];
   char wild[kPathSize];
-  Scan scan(copy_src_path(copy, index, path, kPathSize),
-            copy_src_file(copy, index, wild, kPathSize));
+  const char* dir = copy_src_path(copy, index, path, kPathSize);
+  const char* pattern = copy_src_file(copy, index, wild, kPathSize);
+  if (cmd.lost_reference) {
+    return refuse_removal(source,
+                          "Refusing to remove '%s', a setting it names is missing or empty");
+  }
+  if (copy_rm_forbidden(dir, pattern)) {
+    return refuse_removal(source, "Refusing to remove '%s', the root or a system directory");
+  }
+  Scan scan(dir, pattern);
   int count = 0;
-  for (bool more = scan.entry() != nullptr; more; more = scan.next()) {
+  for (bool more = scan.entry() != nullptr; more && interrupt_signal() == 0; more = scan.next()) {
     if (wild_ilist(scan.base(), exclude)) continue;
     const char* name = scan.entry()->name;
     if (!scan.is_dir()) {
@@ -298,6 +373,25 @@ int remove_files(Copy* copy, int index) {
     }
   }
   return count;
+}
+
+// Opens a template for reading without waiting on a FIFO. Returns the
+// stream, or null with errno set: EINVAL for anything but a regular file
+// or a directory (which fails as unreadable), since a device or a FIFO may
+// never end.
+FILE* open_template(const char* path) {
+  if (path == nullptr) return nullptr;
+  const int fd = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (fd < 0) return nullptr;
+  struct stat st;
+  if (fstat(fd, &st) != 0 || !(S_ISREG(st.st_mode) || S_ISDIR(st.st_mode))) {
+    close(fd);
+    errno = EINVAL;
+    return nullptr;
+  }
+  FILE* stream = fdopen(fd, "r");
+  if (stream == nullptr) close(fd);
+  return stream;
 }
 
 // The debug texts of one walk: chown's or chmod's.
@@ -329,8 +423,9 @@ constexpr WalkTexts kChmodTexts = {
     "Finished chmod'ing, %d files done",
 };
 
-// The walk behind dochown and dochmod; change(entry) makes one change and
-// returns non-zero on success.
+// The walk behind dochown and dochmod; change(entry, follow) makes one
+// change, through a link only when follow is set, and returns non-zero on
+// success.
 template <typename Change>
 int walk(const char* path, const char* wild, const char* exclude, const WalkTexts& texts,
          const Change& change) {
@@ -343,7 +438,10 @@ int walk(const char* path, const char* wild, const char* exclude, const WalkText
   } else {
     dmsg(texts.all);
   }
-  for (bool more = scan.entry() != nullptr; more; more = scan.next()) {
+  // Entries reached through a wildcard or below a directory are inside the
+  // tree; only an entry the command names exactly is changed through a link.
+  const bool inside = wild != nullptr && has_wildcard(wild);
+  for (bool more = scan.entry() != nullptr; more && interrupt_signal() == 0; more = scan.next()) {
     const char* name = file_name(scan.entry());
     // Exclusions are matched against the whole path here, unlike the copy
     // and remove commands, which match the base name.
@@ -351,8 +449,12 @@ int walk(const char* path, const char* wild, const char* exclude, const WalkText
       dmsg(texts.skipping, name);
       continue;
     }
+    if (inside && S_ISLNK(scan.entry()->info.st_mode)) {
+      dmsg("Not following link '%s'", name);
+      continue;
+    }
     if (scan.is_dir()) count += walk(name, "*", exclude, texts, change);
-    if (!change(scan.entry())) {
+    if (!change(scan.entry(), !inside)) {
       dmsg(texts.failed);
       break;
     }
@@ -517,6 +619,11 @@ int copy_process(Copy* copy, unsigned long* files, unsigned long* bytes, int sto
          str(cmd->control_cmp.get()));
     const unsigned long errors_before = emsg_count();
     const int result = copy_do(copy, i, bytes);
+    if (const int signal = interrupt_signal()) {
+      errno = 0;
+      cerror("Interrupted by signal %d (%s), stopping...", signal, strsignal(signal));
+      return 0;
+    }
     if (result == 0) {
       copy->failed.push_back(
           {i, cmd->line, emsg_count() != errors_before ? emsg_latest() : "No files handled"});
@@ -590,31 +697,35 @@ int copy_write_ini(Copy* copy, int index) {
   if (cmd == nullptr) return 0;
   const char* source = cmd->source.get();
   const char* dest = cmd->dest.get();
-  OpenFile out(s_fopen(dest, "w"));
-  if (out.f == nullptr) {
+  Replacement out;
+  if (!out.open(dest)) {
     cerror("Error creating ini file '%s'", str(dest));
     return 0;
   }
-  OpenFile in(s_fopen(source, "r"));
+  OpenFile in(open_template(source));
   if (in.f == nullptr) {
-    cerror("Error reading ini file '%s'", str(source));
+    if (errno == EINVAL) {
+      cerror("Refusing to read '%s', not a regular file", str(source));
+    } else {
+      cerror("Error reading ini file '%s'", str(source));
+    }
     return 0;
   }
   imsg("Writing INI file '%s' to '%s'", source, dest);
-  const int expanded_all = copy_expand_template(copy, in.f, out.f);
-  int result = 1;
+  std::string text;
+  const int expanded_all = copy_expand_template(copy, in.f, &text);
   if (std::ferror(in.f)) {
     cerror("Error reading ini file '%s'", source);
-    result = 0;
+    return 0;
   }
-  if (!expanded_all || std::fflush(out.f) != 0 || std::ferror(out.f)) {
-    cerror("Error creating ini file '%s'", dest);
-    result = 0;
+  if (!expanded_all || !out.write(text.data(), text.size()) || !out.commit()) {
+    cerror("Error writing ini file '%s'", dest);
+    return 0;
   }
-  return result;
+  return 1;
 }
 
-int copy_expand_template(const Copy* copy, FILE* in, FILE* out) {
+int copy_expand_template(const Copy* copy, FILE* in, std::string* out) {
   if (in == nullptr || out == nullptr) return 0;
   bool expanded_all = true;
   char buffer[kTemplateLineSize];
@@ -623,12 +734,12 @@ int copy_expand_template(const Copy* copy, FILE* in, FILE* out) {
     if (std::strstr(line, "$(") != nullptr) {
       std::unique_ptr<char[]> expanded(replace_vars(copy, line));
       if (expanded == nullptr) expanded_all = false;
-      std::fputs(str(expanded.get()), out);
+      *out += str(expanded.get());
     } else {
       // From the first character: the indentation stays.
-      std::fputs(buffer, out);
+      *out += buffer;
     }
-    std::fputc('\n', out);
+    *out += '\n';
   }
   return expanded_all ? 1 : 0;
 }
@@ -666,12 +777,10 @@ int copy_wfile(Copy* copy, int index) {
   const CCmd* cmd = command(copy, index);
   if (cmd == nullptr) return 0;
   const char* file = cmd->source.get();
-  OpenFile out(s_fopen(file, "w"));
-  if (out.f != nullptr) {
-    const char* value = ini_value_name(copy->ini, cmd->dest.get());
-    std::fputs(str(value != nullptr ? value : cmd->dest.get()), out.f);
-    if (std::fflush(out.f) == 0 && !std::ferror(out.f)) return 1;
-  }
+  const char* value = ini_value_name(copy->ini, cmd->dest.get());
+  const char* text = str(value != nullptr ? value : cmd->dest.get());
+  Replacement out;
+  if (out.open(file) && out.write(text, std::strlen(text)) && out.commit()) return 1;
   cerror("Failed to write (%s)", str(file));
   return 0;
 }
@@ -718,8 +827,9 @@ int copy_chown(Copy* copy, int index) {
 }
 
 int dochown(const char* path, const char* file, const char* exclude, int uid, int gid) {
-  return walk(path, file, exclude, kChownTexts,
-              [uid, gid](const File* entry) { return file_chown(entry, uid, gid); });
+  return walk(path, file, exclude, kChownTexts, [uid, gid](const File* entry, bool follow) {
+    return follow ? file_chown(entry, uid, gid) : file_lchown(entry, uid, gid);
+  });
 }
 
 int copy_chmod(Copy* copy, int index) {
@@ -739,8 +849,26 @@ int copy_chmod(Copy* copy, int index) {
 }
 
 int dochmod(const char* path, const char* file, const char* exclude, int mode) {
-  return walk(path, file, exclude, kChmodTexts,
-              [mode](const File* entry) { return file_chmod(entry, mode); });
+  return walk(path, file, exclude, kChmodTexts, [mode](const File* entry, bool follow) {
+    return follow ? file_chmod(entry, mode) : file_lchmod(entry, mode);
+  });
+}
+
+int copy_system_dir(const char* name) {
+  static const char* const kSystemDirs[] = {"bin", "boot", "dev",  "etc", "home", "lib*",
+                                            "opt", "proc", "root", "run", "sbin", "srv",
+                                            "sys", "tmp",  "usr",  "var"};
+  for (const char* dir : kSystemDirs) {
+    if (wild_match(name, dir)) return 1;
+  }
+  return 0;
+}
+
+int copy_rm_forbidden(const char* dir, const char* wild) {
+  if (dir == nullptr || wild == nullptr) return 0;
+  if (forbidden_in(dir, wild)) return 1;
+  char resolved[PATH_MAX];
+  return realpath(dir, resolved) != nullptr && forbidden_in(resolved, wild) ? 1 : 0;
 }
 
 }  // namespace inst

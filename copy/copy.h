@@ -51,6 +51,10 @@ struct CCmd {
   // than the reader's line size is read in pieces, each a command of its
   // own, and all of them carry the line they came from.
   int line = 0;
+  // Set at load when the source referred to a setting that was missing or
+  // had an empty value, which the expansion dropped without trace: a
+  // removal of such a source is refused.
+  bool lost_reference = false;
 };
 
 // One command that failed while the script ran.
@@ -161,7 +165,9 @@ char* replace_vars(const Copy* copy, const char* text);
 // Runs every command in order. The counters, when given, are set to 0 first;
 // *files gathers the positive results of the commands and *bytes the bytes
 // the copies write. A failed command (result 0) ends the run with 0 when
-// stop_on_fail is set; otherwise the run goes on. Returns 1 when the end of
+// stop_on_fail is set; otherwise the run goes on. A signal recorded while a
+// command runs (lib/interrupt.h) ends the run after it with 0, logged as
+// "Interrupted by signal %d (%s), stopping...". Returns 1 when the end of
 // the list is reached, also after failures were passed over; 0 for a null
 // script.
 int copy_process(Copy* copy, unsigned long* files, unsigned long* bytes, int stop_on_fail);
@@ -189,20 +195,22 @@ int copy_do(Copy* copy, int index, unsigned long* bytes);
 // outside the list.
 //
 // Ini: writes the template `source` to `dest` with the references of every
-// line expanded. The template is read in pieces of at most 2999 characters,
-// each written as a line of its own. A line with references loses its
-// leading blanks; one without keeps them (on purpose). Returns 1; 0 when
-// dest cannot be created ("Error creating ini file '%s'", also when writing
-// it fails), when the template cannot be opened ("Error reading ini file
-// '%s'"; dest stays created and empty) or cannot be read to its end.
+// line expanded, all or nothing (see Replacement). The template is read in
+// pieces of at most 2999 characters, each written as a line of its own. A
+// line with references loses its leading blanks; one without keeps them (on
+// purpose). Returns 1; 0 when dest cannot be created ("Error creating ini
+// file '%s'"), when the template cannot be opened or read to its end ("Error
+// reading ini file '%s'"), is not a regular file ("Refusing to read '%s', not
+// a regular file") or when writing dest fails ("Error writing ini file
+// '%s'"); dest is then left as it was.
 int copy_write_ini(Copy* copy, int index);
-// Writes the template read from `in` to `out` as the Ini command does: each
+// Appends the template read from `in` to `out` as the Ini command writes it: each
 // piece of at most 2999 characters trimmed, with its references expanded
 // with the script's store when it has any (losing its leading blanks) and
 // as it stands otherwise, and a line end. A read error is left in in's error
 // flag. Returns 1; 0 when a line's references could not be expanded (a null
 // script) or for a null stream.
-int copy_expand_template(const Copy* copy, FILE* in, FILE* out);
+int copy_expand_template(const Copy* copy, FILE* in, std::string* out);
 // Rename: renames source to dest. Returns 1; 0 on failure, logged as
 // "Error renaming '%s'->'%s', %s" with an empty third text and the system
 // error after it.
@@ -214,9 +222,9 @@ int copy_exist(Copy* copy, int index);
 // last Error message (logged at error level) and returns 0; otherwise 1.
 int copy_seterror(Copy* copy, int index);
 // WFile: writes the value of the setting named by dest (or dest itself when
-// no such setting has a value) into the file source, replacing it, with no
-// line end. Returns 1; 0 when it cannot be opened or written, logged as
-// "Failed to write (%s)".
+// no such setting has a value) into the file source, replacing it all or
+// nothing (see Replacement), with no line end. Returns 1; 0 when it cannot
+// be opened or written, logged as "Failed to write (%s)".
 int copy_wfile(Copy* copy, int index);
 // RFile: opens source for writing, as the command always has, so the file is
 // created or emptied, nothing is read and the setting named by dest keeps
@@ -232,7 +240,11 @@ int copy_chown(Copy* copy, int index);
 // Changes the owner of the entries of directory path that match the
 // wildcard file, depth first: a directory's contents before the directory.
 // An entry whose full path matches the exclusion list (without regard to
-// case) is left alone with its contents. The first change that fails ends
+// case) is left alone with its contents. A symbolic link met inside the tree
+// (matched by a wildcard, or below a directory) is left alone too, logged
+// as "Not following link '%s'"; an entry the command names exactly is
+// changed, following a link, and nothing inside the tree is ever changed
+// through a link. The first change that fails ends
 // the walk of its directory. Logs at debug level what it does. Returns the
 // number of entries changed; 0 for a null path or file.
 int dochown(const char* path, const char* file, const char* exclude, int uid, int gid);
@@ -243,6 +255,23 @@ int dochown(const char* path, const char* file, const char* exclude, int uid, in
 int copy_chmod(Copy* copy, int index);
 // As dochown, setting the mode instead of the owner.
 int dochmod(const char* path, const char* file, const char* exclude, int mode);
+
+// Whether `name`, a directory directly in "/", is one of the machine's own:
+// bin, boot, dev, etc, home, lib*, opt, proc, root, run, sbin, srv, sys,
+// tmp, usr or var. Returns 1 or 0.
+int copy_system_dir(const char* name);
+// Whether removing the entries of directory dir that match the wildcard wild
+// could only be a mistake: a wildcard directly inside "/", "/" itself, a
+// top-level system directory (/bin /boot /dev /etc /home /lib* /opt /proc
+// /root /run /sbin /srv /sys /tmp /usr /var), or all of one ("*" inside
+// it). dir is taken both as written (with "//", "." and ".." collapsed) and,
+// when it exists, as the system resolves it, so that no link leads there.
+// Returns 1 when refused, else 0 (also for null arguments). RmFile and RmDir
+// refuse such a source, and one that lost a reference at load (see
+// CCmd::lost_reference), as failures reported through the failure callback:
+// "Refusing to remove '%s', the root or a system directory" or "Refusing to remove '%s',
+// a setting it names is missing or empty".
+int copy_rm_forbidden(const char* dir, const char* wild);
 
 }  // namespace inst
 

@@ -1,7 +1,7 @@
 // Times copy scripts run through copy_process as an install runs them (the
 // installer's progress callbacks installed, a debug log flushed every line)
 // against the system tools doing the same work on the same trees: CopyDir of
-// 10,000 files of 4 KiB in 100 directories and CopyFile of one 256 MiB file
+// 10,000 files of 4 KiB in 100 directories and CopyFile of one 1 GiB file
 // against "cp -r", Chmod and Chown of the tree against "chmod -R" and
 // "chown -R", and RmDir of it against "rm -rf". Each place (tmpfs and the
 // ordinary disk by default) gets its own trees; every round runs both

@@ -238,17 +238,18 @@ TEST_F(CopyTest, IniTemplateKeepsIndentOnlyWithoutReferences) {
   EXPECT_EQ(dir_.Read("out.ini"),
             "  plain\nkey=out/x\ny\n\n" + wide.substr(0, 2999) + "\n" + wide.substr(2999) + "\n");
   EXPECT_EQ(LogLines("Info"), Strings{"Writing INI file 't.ini' to 'out.ini'"});
-  // A missing template leaves the destination created and empty; a
-  // directory as template cannot be read to its end.
+  // A missing template, or a directory that cannot be read to its end,
+  // leaves the destination as it was.
   fs::create_directory("src");
-  for (const char* tmpl : {"none.ini", "src"}) {
-    dir_.Write("out.ini", "old");
+  dir_.Write("out.ini", "old");
+  for (const char* tmpl : {"none.ini", "src", "/dev/null"}) {
     EXPECT_EQ(Do(std::string("Ini ") + tmpl + " out.ini") + copy_write_ini(copy_, 0), 0);
-    EXPECT_EQ(dir_.Read("out.ini"), "");
   }
+  EXPECT_EQ(dir_.Read("out.ini"), "old");
   EXPECT_EQ(Do("Ini t.ini no/out.ini"), 0);
   for (const char* line : {"Error reading ini file 'none.ini', No such file or directory",
                            "Error reading ini file 'src', Is a directory",
+                           "Refusing to read '/dev/null', not a regular file, Invalid argument",
                            "Error creating ini file 'no/out.ini', No such file or directory"}) {
     EXPECT_TRUE(Logged("Error", line)) << line;
   }
@@ -280,12 +281,16 @@ TEST_F(CopyTest, SingleActionCommandsChangeFilesAndSettings) {
 
 TEST_F(CopyTest, ChmodAndChownWalkDepthFirstWithFullPathExclusions) {
   const bool root = geteuid() == 0;
+  dir_.Write("victim", "");
+  dir_.Write("outside/f", "");
+  for (const char* f : {"victim", "outside", "outside/f"}) chmod(f, 0600);
   // The command, its result and the status of app/x.conf and app/sub/y afterwards.
   const std::tuple<const char*, int, std::string> rows[] = {
       {"Chmod app/* - 700", 5, "700 0:0,700 0:0"},
       {"Chmod app/* *.conf 700", 3, "644 0:0,700 0:0"},
       {"Chmod app/* x.conf 700", 5, "700 0:0,700 0:0"},
       {"Chmod app/x.conf - 0640", 1, "640 0:0,644 0:0"},
+      {"Chmod app/xl - 0640", 1, "640 0:0,644 0:0"},
       {"Chmod app/x.conf - 9", 1, "11 0:0,644 0:0"},
       {"Chmod app/x.conf - abc", 1, "7003 0:0,644 0:0"},
       {"Chmod app/none - 700", 0, "644 0:0,644 0:0"},
@@ -302,16 +307,23 @@ TEST_F(CopyTest, ChmodAndChownWalkDepthFirstWithFullPathExclusions) {
     for (const char* f : {"app/x.conf", "app/sub/y", "app/sub/z.conf", "app/sub2/"}) {
       dir_.Write(f, "");
     }
-    // Every change of these fails; the first failure ends the walk of sub2.
+    // Links inside the tree are left alone, wherever they lead; one the
+    // command names is followed.
     for (const char* link : {"app/sub2/b1", "app/sub2/b2"}) fs::create_symlink("missing", link);
+    fs::create_symlink("../../victim", "app/sub/evil");
+    fs::create_directory_symlink("../outside", "app/linked");
+    fs::create_symlink("x.conf", "app/xl");
     for (const char* f : {"app/x.conf", "app/sub/y"}) chmod(f, 0644);
     EXPECT_EQ(Do(line), result) << line;
     if (!root) status = status.substr(0, status.find(' ')) + status.substr(status.find(','), 4);
     EXPECT_EQ(Status("app/x.conf") + "," + Status("app/sub/y"), status) << line;
   }
+  EXPECT_EQ(Status("victim") + "," + Status("outside") + "," + Status("outside/f"),
+            root ? "600 0:0,600 0:0,600 0:0" : "600,600,600");
   const Strings debug = LogLines("Debug");
-  EXPECT_EQ(std::count(debug.begin(), debug.end(), "file_chmod failed"), 4);
+  EXPECT_EQ(std::count(debug.begin(), debug.end(), "file_chmod failed"), 0);
   for (const char* line : {"Not chmod'ding 'app/sub/z.conf'", "No files found to chmod",
+                           "Not following link 'app/sub2/b1'", "Not following link 'app/linked'",
                            "Finished chmod'ing, 5 files done"}) {
     EXPECT_TRUE(Logged("Debug", line)) << line;
   }
@@ -320,7 +332,7 @@ TEST_F(CopyTest, ChmodAndChownWalkDepthFirstWithFullPathExclusions) {
   }
 }
 
-TEST_F(CopyTest, FailuresOnMountedFileSystemsStopTheWalkAndKeepPartialCopies) {
+TEST_F(CopyTest, FailuresOnMountedFileSystemsStopTheWalkAndLeaveNoPartialCopy) {
   Mount ro("ro/m");
   Mount full("full");
   if (!ro.ok || !full.ok) GTEST_SKIP() << "mounting a tmpfs is not permitted";
@@ -339,12 +351,12 @@ TEST_F(CopyTest, FailuresOnMountedFileSystemsStopTheWalkAndKeepPartialCopies) {
                "Error changing mode of 'ro/m' to 448, Read-only file system", "file_chmod failed",
                "Finished chmod'ing, 0 files done"}));
 
+  // No partial file is left under the name.
   dir_.Write("src/big.bin", std::string(256 << 10, 'x'));
   file_setup_fn(nullptr, CountFailure);
   EXPECT_EQ(Do("CopyFile src/big.bin - ./full"), 0);
   EXPECT_EQ(failures, 1);
-  EXPECT_GT(fs::file_size("full/big.bin"), 0u);
-  EXPECT_LT(fs::file_size("full/big.bin"), 256u << 10);
+  EXPECT_EQ(Tree("full"), "");
   EXPECT_EQ(LogLines("Error").back(), "Error writing to './full/big.bin', No space left on device");
 }
 
@@ -356,9 +368,9 @@ TEST_F(CopyTest, LoopsUnreadableDirectoriesAndOverlongPathsFailCleanly) {
   fs::create_directory_symlink(".", "src/loop");
   fs::create_symlink("self", "src/self");
   fs::create_directory_symlink("..", "src/sub/up");
-  // Links are not followed: each is a failed copy, which leaves an empty file.
+  // Links are not followed: each is a failed copy, which leaves nothing.
   EXPECT_EQ(Do("CopyDir src/* - out/dst"), 3);
-  EXPECT_EQ(Tree("out/dst"), "f,loop,self,sub/,sub/g,sub/up");
+  EXPECT_EQ(Tree("out/dst"), "f,sub/,sub/g");
   const std::string deep(250, 'd');
   fs::create_directory(deep);
   EXPECT_EQ(Do("CopyFile long/longname - ./" + deep), 0);
@@ -383,6 +395,42 @@ TEST_F(CopyTest, LoopsUnreadableDirectoriesAndOverlongPathsFailCleanly) {
                "Error opening dir 'locked/', Permission denied"}) {
     EXPECT_TRUE(Logged("Error", line)) << line;
   }
+}
+
+TEST_F(CopyTest, RemovalsThatCannotBeMeantAreRefused) {
+  fs::create_directory_symlink("/", "top");
+  fs::create_directory_symlink("/etc", "etc");
+  static const struct {
+    const char *dir, *wild;
+    int forbidden;
+  } rows[] = {
+      {"/", "*", 1},           {"/", "e?c", 1},           {"/", "", 1},
+      {"/", "etc", 1},         {"/", "lib64", 1},         {"/", "mnt", 0},
+      {"//opt/../", "usr", 1}, {"/usr/./", "*", 1},       {"/usr/", "local", 0},
+      {"/tmp/", "*.bak", 0},   {"/opt/app/", "*", 0},     {"top/", "*", 1},
+      {"top/", "mnt", 0},      {"etc/", "*", 1},          {"etc/", "app.conf", 0},
+      {"www/", "*", 0},        {"/var/../../", "var", 1}, {"/home/x/../", "*", 1},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(copy_rm_forbidden(row.dir, row.wild), row.forbidden) << row.dir << " " << row.wild;
+  }
+  // Neither a source whose reference came to nothing nor a wildcard inside
+  // "/" removes anything (the latter matches nothing, should it run).
+  dir_.Write("victim/keep", "x");
+  file_setup_fn(nullptr, CountFailure);
+  failures = 0;
+  EXPECT_EQ(Do("RmDir $(nosuch)victim -") + Do("RmFile victim/$(flag)keep -") +
+                Do("RmDir /no-such-name-here-* -"),
+            0);
+  EXPECT_EQ(failures, 3);
+  EXPECT_EQ(dir_.Read("victim/keep"), "x");
+  EXPECT_EQ(LogLines("Error"),
+            (Strings{"Refusing to remove 'victim', a setting it names is missing or empty, "
+                     "Operation not permitted",
+                     "Refusing to remove 'victim/keep', a setting it names is missing or empty, "
+                     "Operation not permitted",
+                     "Refusing to remove '/no-such-name-here-*', the root or a system directory, "
+                     "Operation not permitted"}));
 }
 
 TEST_F(CopyTest, ScriptRunTranscript) {

@@ -29,9 +29,10 @@ std::string join(const std::string& dir, const std::string& name) {
   return dir == "/" ? "/" + name : dir + "/" + name;
 }
 
-PlanKind real_kind(const std::string& path, uint64_t* size = nullptr) {
+PlanKind real_kind(const std::string& path, uint64_t* size = nullptr, bool* link = nullptr) {
   struct stat st;
   if (path.empty() || lstat(path.c_str(), &st) != 0) return PlanKind::kNone;
+  if (link != nullptr) *link = S_ISLNK(st.st_mode);
   if (S_ISDIR(st.st_mode)) return PlanKind::kDir;
   if (size != nullptr) {
     struct stat followed;
@@ -41,6 +42,24 @@ PlanKind real_kind(const std::string& path, uint64_t* size = nullptr) {
   }
   return PlanKind::kFile;
 }
+
+// Whether the file on disk at path (links followed) is not a regular file:
+// a device, a FIFO or a socket, which a copy refuses to read.
+bool irregular(const std::string& path) {
+  struct stat st;
+  return !path.empty() && stat(path.c_str(), &st) == 0 && !S_ISREG(st.st_mode) &&
+         !S_ISDIR(st.st_mode);
+}
+
+// Whether two paths on disk (links followed) are one file.
+bool same_file(const std::string& a, const std::string& b) {
+  struct stat sa;
+  struct stat sb;
+  return !a.empty() && !b.empty() && stat(a.c_str(), &sa) == 0 && stat(b.c_str(), &sb) == 0 &&
+         sa.st_dev == sb.st_dev && sa.st_ino == sb.st_ino;
+}
+
+bool has_wildcard(const char* wild) { return wild != nullptr && std::strpbrk(wild, "*?"); }
 
 }  // namespace
 
@@ -111,6 +130,11 @@ std::string PlanView::Content(const std::string& path) const {
   return place.node != nullptr ? place.node->real : place.real;
 }
 
+std::string PlanView::Untouched(const std::string& path) const {
+  const Place place = Locate(Key(path));
+  return place.node != nullptr ? std::string() : place.real;
+}
+
 bool PlanView::Writable(const std::string& dir) const {
   const Place place = Locate(Key(dir));
   if (place.node != nullptr) {
@@ -138,8 +162,9 @@ std::vector<PlanView::Entry> PlanView::List(const std::string& dir, const char* 
       const std::string name = d->d_name;
       if (name == "." || name == "..") continue;
       uint64_t size = 0;
-      const PlanKind kind = real_kind(real + "/" + name, &size);
-      if (kind != PlanKind::kNone) entries[name] = {join(key, name), name, kind, size};
+      bool link = false;
+      const PlanKind kind = real_kind(real + "/" + name, &size, &link);
+      if (kind != PlanKind::kNone) entries[name] = {join(key, name), name, kind, size, link};
     }
   }
   const std::string prefix = key == "/" ? "/" : key + "/";
@@ -150,7 +175,7 @@ std::vector<PlanView::Entry> PlanView::List(const std::string& dir, const char* 
     if (it->second.kind == PlanKind::kNone) {
       entries.erase(name);
     } else {
-      entries[name] = {it->first, name, it->second.kind, it->second.size};
+      entries[name] = {it->first, name, it->second.kind, it->second.size, false};
     }
   }
   std::vector<Entry> out;
@@ -318,23 +343,22 @@ class Planner {
     }
     const bool replaced = view_.Kind(dest) != PlanKind::kNone;
     const PlanChange::What what = replaced ? PlanChange::kReplace : PlanChange::kNewFile;
+    // A template that cannot be read leaves the file as it was.
     if (!cmd_.source || view_.Exist(source) != 1) {
-      view_.MakeFile(dest, 0, {});
-      Note(what, view_.Key(dest));
       Fail("Error reading ini file '" + source + "'");
+      return false;
+    }
+    if (irregular(view_.Content(source))) {
+      Fail("Refusing to read '" + source + "', not a regular file");
       return false;
     }
     uint64_t size = 0;
     const std::string content = view_.Content(source);
     if (!content.empty()) {
       OpenFile in(s_fopen(content.c_str(), "r"));
-      char* text = nullptr;
-      size_t length = 0;
-      FILE* out = open_memstream(&text, &length);
-      if (in.f != nullptr && out != nullptr) copy_expand_template(copy_, in.f, out);
-      if (out != nullptr) std::fclose(out);
-      std::free(text);
-      size = length;
+      std::string text;
+      if (in.f != nullptr) copy_expand_template(copy_, in.f, &text);
+      size = text.size();
     }
     view_.MakeFile(dest, size, {});
     Note(what, view_.Key(dest), size);
@@ -368,14 +392,22 @@ class Planner {
       Fail("Error opening '" + target + "' for write");
       return false;
     }
+    // A device or a FIFO is never read, and a file is never copied onto
+    // itself (which would empty it).
+    const std::string content = view_.Content(src.path);
+    if (irregular(content)) {
+      Fail("Refusing to read '" + src.path + "', not a regular file");
+      return false;
+    }
+    if (view_.Key(target) == src.path ||
+        same_file(view_.Untouched(src.path), view_.Untouched(target))) {
+      Fail("Refusing to copy '" + src.path + "' onto the same file '" + target + "'");
+      return false;
+    }
     const bool there = view_.Kind(target) != PlanKind::kNone;
-    // Onto itself: the file is emptied before it is read.
-    const bool itself = view_.Key(target) == src.path;
-    const uint64_t size = itself ? 0 : src.size;
-    const PlanChange::What what = itself  ? PlanChange::kEmpty
-                                  : there ? PlanChange::kReplace
-                                          : PlanChange::kNewFile;
-    view_.MakeFile(target, size, itself ? std::string() : view_.Content(src.path));
+    const uint64_t size = src.size;
+    const PlanChange::What what = there ? PlanChange::kReplace : PlanChange::kNewFile;
+    view_.MakeFile(target, size, content);
     plan_.bytes += static_cast<unsigned long>(size);
     // A tree's new files are counted in it; any other file is a change of
     // its own.
@@ -484,6 +516,15 @@ class Planner {
     char wild[kPathSize];
     const char* src_path = copy_src_path(copy_, index_, path, kPathSize);
     const char* src_wild = copy_src_file(copy_, index_, wild, kPathSize);
+    const std::string source = str(cmd_.source.get());
+    if (cmd_.lost_reference) {
+      Fail("Refusing to remove '" + source + "', a setting it names is missing or empty");
+      return 0;
+    }
+    if (copy_rm_forbidden(src_path, src_wild)) {
+      Fail("Refusing to remove '" + source + "', the root or a system directory");
+      return 0;
+    }
     int count = 0;
     if (src_path != nullptr) {
       for (const PlanView::Entry& e : view_.List(src_path, src_wild)) {
@@ -504,11 +545,15 @@ class Planner {
   }
 
   // dochown() and dochmod(): `ok` is false when every change would fail.
+  // A link inside the tree (reached through a wildcard or below a
+  // directory) is left alone.
   int Walk(const std::string& path, const char* wild, bool ok, PlanChange* change) {
     int count = 0;
     const char* exclude = cmd_.not_.get();
+    const bool inside = has_wildcard(wild);
     for (const PlanView::Entry& e : view_.List(path, wild)) {
       if (exclude != nullptr && wild_ilist(e.path.c_str(), exclude)) continue;
+      if (inside && e.link) continue;
       int done = e.kind == PlanKind::kDir ? Walk(e.path, "*", ok, nullptr) : 0;
       if (ok) ++done;
       if (change != nullptr && done > 0) {

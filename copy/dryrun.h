@@ -31,6 +31,7 @@ class PlanView {
     std::string name;  // the last part of path
     PlanKind kind;     // as a scan sees it: a link is not a directory
     uint64_t size;     // of a file, links followed
+    bool link;         // a symbolic link on disk
   };
 
   // The absolute, tidied form of path.
@@ -46,6 +47,9 @@ class PlanView {
   // nothing planned has touched it, the source of a planned copy; empty
   // when its content would only be made by a command (a template, say).
   std::string Content(const std::string& path) const;
+  // The path on disk that holds what stands at path while no planned
+  // command has made or replaced it; empty otherwise.
+  std::string Untouched(const std::string& path) const;
   // Whether a new entry could be made in directory dir: always in one that
   // a planned command makes, else as the system says.
   bool Writable(const std::string& dir) const;
@@ -90,7 +94,7 @@ struct PlanChange {
     kMakeDir,     // a directory made
     kNewFile,     // a file made, of `bytes`
     kReplace,     // a file that is there replaced by one of `bytes`
-    kEmpty,       // a file that is there emptied
+    kEmpty,       // a file that is there emptied (RFile)
     kCopyTree,    // a directory copied: files, dirs (made) and bytes
     kRemove,      // a file removed, of `bytes`
     kRemoveTree,  // a directory removed: files, dirs and bytes, `kept` entries left

@@ -6,6 +6,7 @@
 #include <grp.h>
 #include <pwd.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -13,10 +14,12 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <random>
 #include <vector>
 
 #include "lib/accounts.h"
 #include "lib/format.h"
+#include "lib/interrupt.h"
 #include "lib/log.h"
 #include "lib/paths.h"
 #include "lib/strings.h"
@@ -35,8 +38,18 @@ FileFn ok = nullptr;
 FileFn fail = nullptr;
 
 // Longest run handed to the kernel's in-kernel copy in one call: a whole
-// number of chunks.
-constexpr size_t kKernelCopyStep = size_t{1} << 30;
+// number of chunks, small enough that a recorded signal is noticed within a
+// few milliseconds.
+constexpr size_t kKernelCopyStep = size_t{8} << 20;
+// Attempts at a fresh temporary name before giving up.
+constexpr int kTempAttempts = 100;
+// The system call that changes a mode without following a link; its number
+// is the same on every architecture that has it.
+#ifdef SYS_fchmodat2
+constexpr long kFchmodat2 = SYS_fchmodat2;
+#else
+constexpr long kFchmodat2 = 452;
+#endif
 // Upper bound for the buffer of a user or group lookup.
 constexpr size_t kLookupBufferMax = size_t{1} << 20;
 
@@ -101,6 +114,56 @@ int open_no_wait(const char* path, int flags, struct stat* st) {
   return fd;
 }
 
+// Writes all of data to fd, going on after a write cut short by a signal
+// unless the signal was recorded. Returns false with errno set (EINTR for a
+// recorded signal, ENOSPC for a write that wrote nothing).
+bool write_all(int fd, const char* data, size_t size) {
+  size_t done = 0;
+  while (done < size) {
+    if (interrupt_signal() != 0) {
+      errno = EINTR;
+      return false;
+    }
+    const ssize_t w = ::write(fd, data + done, size - done);
+    if (w < 0 && errno == EINTR) continue;
+    if (w <= 0) {
+      if (w == 0) errno = ENOSPC;
+      return false;
+    }
+    done += static_cast<size_t>(w);
+  }
+  return true;
+}
+
+// A letter or digit for temporary names, from a generator started from the
+// system's entropy, the clock and the process id.
+char random_name_char() {
+  static const char kChars[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+  static std::mt19937_64 engine = [] {
+    unsigned long long seed = static_cast<unsigned long long>(time(nullptr)) ^
+                              (static_cast<unsigned long long>(getpid()) << 32);
+    unsigned long long entropy = 0;
+    if (getentropy(&entropy, sizeof entropy) == 0) seed ^= entropy;
+    return std::mt19937_64(seed);
+  }();
+  return kChars[engine() % (sizeof kChars - 1)];
+}
+
+// Creates a fresh file ".instkit.XXXXXX" (six random letters and digits) in
+// the directory of path with the given mode (less the umask), and stores its
+// name in *temp. Returns the descriptor, or -1 with errno set.
+int create_temp_beside(const std::string& path, mode_t mode, std::string* temp) {
+  const char* sep = last_separator(path.c_str());
+  const size_t dir_length = sep == nullptr ? 0 : static_cast<size_t>(sep - path.c_str()) + 1;
+  for (int attempt = 0; attempt < kTempAttempts; ++attempt) {
+    temp->assign(path, 0, dir_length).append(".instkit.");
+    for (int i = 0; i < 6; ++i) temp->push_back(random_name_char());
+    const int fd = ::open(temp->c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+    if (fd >= 0 || errno != EEXIST) return fd;
+  }
+  return -1;
+}
+
 bool readable(const char* path) {
   struct stat st;
   Fd fd(open_no_wait(path, O_RDONLY, &st));
@@ -126,7 +189,7 @@ bool copy_data(int in, int out, const struct stat& in_st, bool both_plain, const
 
   if (both_plain) {
     const int saved = errno;
-    for (;;) {
+    while (interrupt_signal() == 0) {
       const ssize_t n = copy_file_range(in, nullptr, out, nullptr, kKernelCopyStep, 0);
       if (n > 0) {
         written += static_cast<unsigned long long>(n);
@@ -150,7 +213,7 @@ bool copy_data(int in, int out, const struct stat& in_st, bool both_plain, const
   for (;;) {
     const ssize_t n = read(in, chunk, want);
     if (n < 0) {
-      if (errno == EINTR) continue;
+      if (errno == EINTR) continue;  // a recorded signal stops the write below
       file_error("Error reading from '%s'", src);
       return false;
     }
@@ -158,16 +221,9 @@ bool copy_data(int in, int out, const struct stat& in_st, bool both_plain, const
       count_to(written);
       return true;
     }
-    size_t done = 0;
-    while (done < static_cast<size_t>(n)) {
-      const ssize_t w = write(out, chunk + done, static_cast<size_t>(n) - done);
-      if (w < 0 && errno == EINTR) continue;
-      if (w <= 0) {
-        if (w == 0) errno = ENOSPC;
-        file_error("Error writing to '%s'", dst);
-        return false;
-      }
-      done += static_cast<size_t>(w);
+    if (!write_all(out, chunk, static_cast<size_t>(n))) {
+      if (errno != EINTR) file_error("Error writing to '%s'", dst);
+      return false;
     }
     written += static_cast<unsigned long long>(n);
     count_to(written);
@@ -187,6 +243,9 @@ void refuse_mkdir(const char* dir) {
   report_fail(dir, nullptr, 1);
 }
 
+File* start_scan(FHandle** handle, const char* path, const char* wild, bool report,
+                 bool report_overlong = false);
+
 // The walk shared by file_xcopy and file_xmove.
 int copy_tree(const char* path, const char* wild, const char* exclude, const char* dst, int recurse,
               unsigned long* bytes, bool move) {
@@ -199,8 +258,9 @@ int copy_tree(const char* path, const char* wild, const char* exclude, const cha
   if (wild == nullptr) wild = "*";
 
   FHandle* handle = nullptr;
-  File* entry = file_first(&handle, path, wild);
-  for (bool more = entry != nullptr; more; more = file_next(entry, handle) != 0) {
+  File* entry = start_scan(&handle, path, wild, true, true);
+  for (bool more = entry != nullptr; more && interrupt_signal() == 0;
+       more = file_next(entry, handle) != 0) {
     char base[kPathSize];
     file_filename(entry, base, kPathSize);
     if (!wild_match(base, wild) || wild_list(base, exclude)) continue;
@@ -267,8 +327,9 @@ int user_field(const char* name, bool want_group) {
 }
 
 // file_first, with the failure to open the directory logged only when
-// report is set.
-File* start_scan(FHandle** handle, const char* path, const char* wild, bool report) {
+// report is set; report_overlong is stored in the handle.
+File* start_scan(FHandle** handle, const char* path, const char* wild, bool report,
+                 bool report_overlong) {
   if (handle == nullptr) return nullptr;
   *handle = nullptr;
   if (path == nullptr || wild == nullptr) return nullptr;
@@ -282,6 +343,7 @@ File* start_scan(FHandle** handle, const char* path, const char* wild, bool repo
   (*handle)->handle.reset(dir);
   (*handle)->path = path;
   (*handle)->wild = wild;
+  (*handle)->report_overlong = report_overlong;
   File* file = new File();
   if (!file_next(file, *handle)) {
     file_free(&file);
@@ -307,8 +369,15 @@ int file_next(File* file, FHandle* handle) {
     if (std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0) continue;
     if (!wild_match(name, handle->wild.c_str())) continue;
     // An entry that cannot be named in full, or whose status cannot be read,
-    // is passed over without a trace.
-    if (join_path(file->name, handle->path.c_str(), name) && file_stat(file)) return 1;
+    // is passed over without a trace, unless the scan is a tree copy's.
+    const bool fits = join_path(file->name, handle->path.c_str(), name);
+    if (fits && file_stat(file)) return 1;
+    if (!fits && handle->report_overlong) {
+      const std::string full = handle->path + "/" + name;
+      errno = ENAMETOOLONG;
+      file_error("Error opening '%s' for read", full.c_str());
+      report_fail(full.c_str(), nullptr, 1);
+    }
     errno = saved;
   }
 }
@@ -446,27 +515,46 @@ int file_copy(const char* src, const char* dst, int overwrite, unsigned long* by
     return 0;
   }
   if (overwrite == 0 && readable(dst)) return -1;
-
-  struct stat out_st;
-  Fd out(open_no_wait(dst, O_WRONLY | O_CREAT | O_TRUNC, &out_st));
-  if (!out.valid()) {
-    file_error("Error opening '%s' for write", dst);
+  auto failed = [&](FormatFor<const char*> text, const char* name, int error) {
+    errno = error;
+    file_error(text, name);
     report_fail(src, dst, 1);
     return 0;
-  }
+  };
+
   struct stat in_st;
   Fd in(open_no_wait(src, O_RDONLY, &in_st));
-  if (!in.valid()) {
-    file_error("Error opening '%s' for read", src);
-    out.close();
-    report_fail(src, dst, 1);
-    return 0;
+  if (!in.valid()) return failed("Error opening '%s' for read", src, errno);
+  // A directory fails as it always has, as a source that cannot be read;
+  // any other file that is not a regular one may never end.
+  if (S_ISDIR(in_st.st_mode)) return failed("Error reading from '%s'", src, EISDIR);
+  if (!S_ISREG(in_st.st_mode))
+    return failed("Refusing to read '%s', not a regular file", src, EINVAL);
+  // A new file needs no more than its creation. Something already there is
+  // looked at once, for the same-file test and the replacement; only a link
+  // is looked through.
+  Replacement out;
+  if (!out.create(dst)) {
+    struct stat dst_st;
+    if (errno != EEXIST || lstat(dst, &dst_st) != 0) {
+      return failed("Error opening '%s' for write", dst, errno);
+    }
+    struct stat target = dst_st;
+    if (S_ISLNK(dst_st.st_mode) && stat(dst, &target) != 0) target = dst_st;
+    if (target.st_dev == in_st.st_dev && target.st_ino == in_st.st_ino) {
+      errno = EINVAL;
+      file_error("Refusing to copy '%s' onto the same file '%s'", src, dst);
+      report_fail(src, dst, 1);
+      return 0;
+    }
+    if (!out.open(dst, &dst_st)) return failed("Error opening '%s' for write", dst, errno);
   }
-
-  const bool both_plain = S_ISREG(in_st.st_mode) && S_ISREG(out_st.st_mode) && in_st.st_size > 0;
-  const bool good = copy_data(in.get(), out.get(), in_st, both_plain, src, dst, bytes);
-  in.close();
-  out.close();
+  const bool both_plain = out.regular() && in_st.st_size > 0;
+  bool good = copy_data(in.get(), out.fd(), in_st, both_plain, src, dst, bytes);
+  if (good && !out.commit()) {
+    file_error("Error writing to '%s'", dst);
+    good = false;
+  }
   if (!good) {
     report_fail(src, dst, 1);
     return 0;
@@ -546,7 +634,8 @@ int file_rmdir(const char* dir, const char* exclude, int recurse) {
     FHandle* handle = nullptr;
     // Removal logs nothing, not even a directory it cannot open.
     File* entry = start_scan(&handle, dir, "*", false);
-    for (bool more = entry != nullptr; more; more = file_next(entry, handle) != 0) {
+    for (bool more = entry != nullptr; more && interrupt_signal() == 0;
+         more = file_next(entry, handle) != 0) {
       char base[kPathSize];
       file_filename(entry, base, kPathSize);
       if (wild_list(base, exclude)) continue;
@@ -586,14 +675,141 @@ int file_chmod(const File* file, int mode) {
   return 1;
 }
 
-int file_chown(const File* file, int uid, int gid) {
+int file_lchmod(const File* file, int mode) {
+  if (file == nullptr) return 0;
+  const mode_t bits = static_cast<mode_t>(mode);
+  // The kernel's own call (Linux 6.6 on) does it in one step; the C
+  // library's takes four and needs /proc.
+  int r = static_cast<int>(syscall(kFchmodat2, AT_FDCWD, file->name, bits, AT_SYMLINK_NOFOLLOW));
+  if (r != 0) r = fchmodat(AT_FDCWD, file->name, bits, AT_SYMLINK_NOFOLLOW);
+  // Where the C library cannot do it without /proc, a plain change is safe
+  // only for what is not a link.
+  struct stat st;
+  if (r != 0 && (errno == EOPNOTSUPP || errno == ENOTSUP) && lstat(file->name, &st) == 0 &&
+      !S_ISLNK(st.st_mode)) {
+    r = chmod(file->name, bits);
+  }
+  if (r != 0) {
+    file_error("Error changing mode of '%s' to %d", file->name, mode);
+    return 0;
+  }
+  return 1;
+}
+
+namespace {
+
+int change_owner(const File* file, int uid, int gid, bool follow) {
   if (file == nullptr || uid == -1) return 0;
   if (gid == -1) gid = uid;
-  if (chown(file->name, static_cast<uid_t>(uid), static_cast<gid_t>(gid)) != 0) {
+  const auto u = static_cast<uid_t>(uid);
+  const auto g = static_cast<gid_t>(gid);
+  if ((follow ? chown(file->name, u, g) : lchown(file->name, u, g)) != 0) {
     file_error("Error changing ownership of '%s' to uid=%d, gid=%d", file->name, uid, gid);
     return 0;
   }
   return 1;
+}
+
+}  // namespace
+
+int file_chown(const File* file, int uid, int gid) { return change_owner(file, uid, gid, true); }
+
+int file_lchown(const File* file, int uid, int gid) { return change_owner(file, uid, gid, false); }
+
+bool Replacement::open(const char* dst) {
+  if (create(dst)) return true;
+  struct stat st;
+  return errno == EEXIST && lstat(dst, &st) == 0 && open(dst, &st);
+}
+
+bool Replacement::create(const char* dst) {
+  discard();
+  if (dst == nullptr) {
+    errno = EINVAL;
+    return false;
+  }
+  // Created under its own name: a rename for every new file made a copy of
+  // 10,000 small files a fifth slower, and removing the file again when it
+  // is dropped leaves nothing behind all the same.
+  fd_ = ::open(dst, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  if (fd_ < 0) return false;
+  final_ = dst;
+  created_ = true;
+  regular_ = true;
+  return true;
+}
+
+bool Replacement::open(const char* dst, const struct stat* now) {
+  discard();
+  if (dst == nullptr || now == nullptr) {
+    errno = EINVAL;
+    return false;
+  }
+  final_ = dst;
+  old_ = *now;
+  if (S_ISDIR(old_.st_mode)) {
+    errno = EISDIR;
+    return false;
+  }
+  if (S_ISREG(old_.st_mode) || S_ISLNK(old_.st_mode)) {
+    keep_status_ = S_ISREG(old_.st_mode);
+    // Readable by its owner only until it takes the old file's mode.
+    fd_ = create_temp_beside(final_, keep_status_ ? 0600 : 0666, &temp_);
+    regular_ = fd_ >= 0;
+    return fd_ >= 0;
+  }
+  struct stat st;
+  fd_ = open_no_wait(dst, O_WRONLY | O_TRUNC, &st);
+  regular_ = fd_ >= 0 && S_ISREG(st.st_mode);
+  return fd_ >= 0;
+}
+
+bool Replacement::write(const char* data, size_t size) {
+  if (fd_ < 0) {
+    errno = EBADF;
+    return false;
+  }
+  return write_all(fd_, data, size);
+}
+
+bool Replacement::commit() {
+  if (fd_ < 0) {
+    errno = EBADF;
+    return false;
+  }
+  bool good = true;
+  if (!temp_.empty() && keep_status_) {
+    // The owner first: changing it may clear the set-id bits the mode sets.
+    // An owner that cannot be given (not root) leaves the file the runner's.
+    if (fchown(fd_, old_.st_uid, old_.st_gid) != 0 && errno != EPERM) good = false;
+    if (good && fchmod(fd_, old_.st_mode & 07777) != 0) good = false;
+  }
+  const int fd = fd_;
+  fd_ = -1;
+  if (::close(fd) != 0) good = false;
+  if (good && !temp_.empty() && rename(temp_.c_str(), final_.c_str()) != 0) good = false;
+  if (good) {
+    temp_.clear();
+    created_ = false;
+    return true;
+  }
+  const int error = errno;
+  discard();
+  errno = error;
+  return false;
+}
+
+void Replacement::discard() {
+  const int saved = errno;
+  if (fd_ >= 0) ::close(fd_);
+  fd_ = -1;
+  if (!temp_.empty()) unlink(temp_.c_str());
+  if (created_) unlink(final_.c_str());
+  temp_.clear();
+  created_ = false;
+  keep_status_ = false;
+  regular_ = false;
+  errno = saved;
 }
 
 }  // namespace inst

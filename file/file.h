@@ -9,6 +9,12 @@
 // entry as it skips one whose status cannot be read, and a copy or a
 // directory creation aimed at it fails with its usual error text and the
 // system error "File name too long".
+//
+// Whatever replaces a file does it all or nothing (see Replacement): a copy
+// that fails or is interrupted leaves the destination as it was, or absent
+// when it did not exist, never a partial file under its name. While a signal
+// is recorded (lib/interrupt.h), copies and tree walks stop at the next
+// chunk or entry.
 #ifndef INSTALLER_FILE_FILE_H_
 #define INSTALLER_FILE_FILE_H_
 
@@ -42,6 +48,10 @@ struct FHandle {
   std::string path;                        // the directory being scanned
   std::string wild;                        // the wildcard names must match
   std::unique_ptr<DIR, DirCloser> handle;  // the open directory stream
+  // Set for the scans of a tree copy: an entry whose full path does not fit
+  // is then a failed copy (logged, reported through fail) instead of being
+  // passed over in silence.
+  bool report_overlong = false;
 };
 
 // A progress callback: a path (the source or the directory), a second path
@@ -125,19 +135,75 @@ void file_setup(const FSInf* inf);
 // Stores the current pair into inf so that it can be restored later.
 void file_old_setup(FSInf* inf);
 
-// Copies src to dst byte for byte; dst gets the process's default mode and
-// owner. Returns -1 without writing when overwrite is 0 and dst can be
-// opened for reading. Otherwise opens dst for writing before src for
-// reading. Returns 1 and calls ok(src, dst, 1) on success; on failure logs
-// the reason, leaves dst as far as it was written, calls fail(src, dst, 1)
-// and returns 0 (also for a null src or dst). Adds the bytes written to
-// *bytes when bytes is given.
+// Writes one file all or nothing. When the destination exists, the content
+// goes to a fresh temporary file beside it (".instkit.XXXXXX"), and commit()
+// renames that over the destination; until then the destination keeps its
+// old content, and a replacement dropped without commit() (a failure, an
+// interrupt) removes its temporary file. A regular file that is replaced
+// keeps its mode and owner, as emptying it in place would have; one that
+// replaces a symbolic link (the link itself, never what it points to) gets
+// the process's default mode. A destination that does not exist is created
+// under its own name, with the default mode, and removed again when dropped
+// without commit(). A device, FIFO or socket is written in place: there is
+// no content there to lose.
+class Replacement {
+ public:
+  Replacement() = default;
+  ~Replacement() { discard(); }
+  Replacement(const Replacement&) = delete;
+  Replacement& operator=(const Replacement&) = delete;
+
+  // Prepares to write dst. Returns false with errno set when nothing can be
+  // written there (EISDIR for a directory).
+  bool open(const char* dst);
+  // Prepares to write dst when nothing stands under that name yet, creating
+  // it. Returns false with errno set: EEXIST when something does.
+  bool create(const char* dst);
+  // Prepares to replace dst, given the status lstat() just gave for it.
+  bool open(const char* dst, const struct stat* now);
+  // The descriptor to write to; -1 when not open.
+  int fd() const { return fd_; }
+  // Whether the descriptor is a regular file.
+  bool regular() const { return regular_; }
+  // Writes all of data. Returns false with errno set (EINTR when a signal
+  // was recorded).
+  bool write(const char* data, size_t size);
+  // Puts what was written in place of dst. Returns false with errno set; the
+  // destination is then left as it was.
+  bool commit();
+
+ private:
+  void discard();
+
+  std::string final_;  // the destination
+  std::string temp_;   // the temporary file; empty when writing in place
+  int fd_ = -1;
+  bool created_ = false;  // fd_ is a new file under the final name
+  bool regular_ = false;
+  bool keep_status_ = false;  // a regular file is replaced: keep its mode and owner
+  struct stat old_ = {};      // its status
+};
+
+// Copies src to dst byte for byte, all or nothing (see Replacement). A new
+// dst gets the process's default mode and owner. Returns -1 without writing
+// when overwrite is 0 and dst can be opened for reading. Refuses, as
+// failures, a src that is not a regular file once opened ("Refusing to read
+// '%s', not a regular file"; a directory fails as an unreadable source) and
+// a src and dst that are the same file ("Refusing to copy '%s' onto the
+// same file '%s'"); nothing is written for either. Returns
+// 1 and calls ok(src, dst, 1) on success; on failure logs the reason, leaves
+// dst as it was, calls fail(src, dst, 1) and returns 0 (also for a null src
+// or dst, and when a signal is recorded, then with errno EINTR and nothing
+// logged). Adds the bytes written to *bytes when bytes is given, also those
+// of a copy that then failed.
 int file_copy(const char* src, const char* dst, int overwrite, unsigned long* bytes);
 // Copies the entries of directory path whose names match wild (null: "*")
 // and are not in the exclusion list into directory dst, creating dst when it
 // is missing. Directories are copied whole when recurse is set, else only
-// created. Returns the number of files copied plus directories created
-// (dst included); 0 when path or dst is null or dst cannot be created.
+// created. An entry whose full path does not fit in 255 characters is a
+// failed copy ("Error opening '%s' for read", "File name too long"). Returns
+// the number of files copied plus directories created (dst included); 0
+// when path or dst is null or dst cannot be created.
 int file_xcopy(const char* path, const char* wild, const char* exclude, const char* dst,
                int recurse, unsigned long* bytes);
 // Copies src to dst as file_copy does, then removes src, also when the copy
@@ -165,11 +231,17 @@ int file_rmdir(const char* dir, const char* exclude, int recurse);
 // Sets the mode of file->name (following links). Returns 1; 0 for null or on
 // failure, logged as "Error changing mode of '%s' to %d".
 int file_chmod(const File* file, int mode);
+// As file_chmod, but a symbolic link at file->name is never followed: the
+// change then fails ("Operation not supported").
+int file_lchmod(const File* file, int mode);
 // Sets the owner of file->name (following links); a gid of -1 means the same
 // number as uid. Returns 1; 0 without a message for a null file or a uid of
 // -1; 0 on failure, logged as "Error changing ownership of '%s' to uid=%d,
 // gid=%d".
 int file_chown(const File* file, int uid, int gid);
+// As file_chown, but a symbolic link at file->name is changed itself, never
+// what it points to.
+int file_lchown(const File* file, int uid, int gid);
 
 }  // namespace inst
 

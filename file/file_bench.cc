@@ -1,5 +1,5 @@
 // Times file_xcopy against "cp -r" on the same trees: 10,000 files of 4 KiB
-// in 100 directories, and one file of 256 MiB. Each place (tmpfs and the
+// in 100 directories, and one file of 1 GiB. Each place (tmpfs and the
 // ordinary disk by default) gets its own trees; in every round each copier
 // goes first once, the copies are removed after each pass, and the median
 // ratio ours/cp is printed per tree, with the process's peak memory.

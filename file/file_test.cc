@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "lib/interrupt.h"
 #include "lib/strings.h"
 #include "tests/scratch.h"
 
@@ -43,6 +44,13 @@ std::string Tree(const std::string& root) {
   for (const auto& e : fs::recursive_directory_iterator(root)) {
     names.push_back(fs::relative(e.path(), root).string() + (e.is_directory() ? "/" : ""));
   }
+  return Sorted(names);
+}
+
+// The names in dir itself, sorted; links are not followed.
+std::string Names(const std::string& dir) {
+  Strings names;
+  for (const auto& e : fs::directory_iterator(dir)) names.push_back(e.path().filename().string());
   return Sorted(names);
 }
 
@@ -108,6 +116,12 @@ TEST_F(FileTest, PathsLongerThan255CharactersAreNeverActedOn) {
   dir_.Write(deep + "/abcd", "1");
   dir_.Write(deep + "/abcde", "2");
   EXPECT_EQ(Scan(deep, "*"), deep + "/abcd");
+  EXPECT_TRUE(LogLines("Error").empty());
+  // A tree copy does not pass such an entry over: it is a failed copy.
+  EXPECT_EQ(file_xcopy(deep.c_str(), "*", nullptr, "c", 1, nullptr), 2);
+  EXPECT_EQ(LogLines("Error"),
+            Strings{"Error opening '" + deep + "/abcde' for read, File name too long"});
+  EXPECT_EQ(Sorted(calls), "fail|" + deep + "/abcde|-|1,ok|c|-|1,ok|" + deep + "/abcd|c/abcd|1");
   EXPECT_EQ(file_existf((deep + "/abcde").c_str()), nullptr);
   File* f = file_existf((deep + "/abcd").c_str());
   EXPECT_NE(f, nullptr);
@@ -174,11 +188,36 @@ TEST_F(FileTest, CopyReplacesTheTargetCountsEveryByteAndReportsOnce) {
     EXPECT_TRUE(dir_.Read("dst") == text) << size;
     EXPECT_EQ(calls, Strings{"ok|src|dst|1"});
   }
+  // A replaced file keeps its mode and owner; a link is replaced, not
+  // written through; a new file gets the default mode. No temporary file
+  // stays behind.
+  dir_.Write("victim", "secret");
+  fs::create_symlink("victim", "link");
+  chmod("dst", 0604);
+  if (geteuid() == 0) {
+    ASSERT_EQ(chown("dst", 33, 34), 0);
+  }
+  EXPECT_EQ(file_copy("src", "dst", 1, nullptr) + file_copy("src", "link", 1, nullptr) +
+                file_copy("src", "new", 1, nullptr),
+            3);
+  struct stat st = {};
+  stat("dst", &st);
+  EXPECT_EQ(st.st_mode & 07777, 0604u);
+  if (geteuid() == 0) {
+    EXPECT_EQ(std::to_string(st.st_uid) + ":" + std::to_string(st.st_gid), "33:34");
+  }
+  EXPECT_TRUE(dir_.Read("link") == dir_.Read("src") && !fs::is_symlink("link"));
+  EXPECT_EQ(dir_.Read("victim"), "secret");
+  const mode_t mask = umask(0);
+  umask(mask);
+  EXPECT_EQ(fs::status("new").permissions(), static_cast<fs::perms>(0666 & ~mask));
+  EXPECT_EQ(Names("."), "dst,link,new,src,test.log,victim");
   // Without overwrite an existing target is kept, uncounted and unreported.
+  calls.clear();
   dir_.Write("dst", "old");
   EXPECT_EQ(file_copy("src", "dst", 0, &bytes), -1);
   EXPECT_EQ(dir_.Read("dst") + std::to_string(bytes - total), "old0");
-  EXPECT_EQ(calls.size(), 1u);
+  EXPECT_TRUE(calls.empty());
   EXPECT_EQ(file_copy("dst", "fresh", 0, nullptr), 1);
   EXPECT_TRUE(LogLines("Error").empty());
 }
@@ -188,13 +227,20 @@ TEST_F(FileTest, CopyFailuresLogTheirTextAndCallFailOnce) {
   dir_.Write("src", "data");
   dir_.Write("d1", "old");
   mkfifo("fifo", 0600);
+  fs::create_symlink("src", "same");
+  fs::create_symlink("fifo", "to_fifo");
   static const struct {
     const char *src, *dst, *error;
   } rows[] = {
       {"missing", "d1", "Error opening 'missing' for read, No such file or directory"},
-      {"adir", "d2", "Error reading from 'adir', Is a directory"},
+      {"adir", "d1", "Error reading from 'adir', Is a directory"},
       {"src", "no/dst", "Error opening 'no/dst' for write, No such file or directory"},
+      {"src", "adir", "Error opening 'adir' for write, Is a directory"},
       {"src", "fifo", "Error opening 'fifo' for write, No such device or address"},
+      {"to_fifo", "d1", "Refusing to read 'to_fifo', not a regular file, Invalid argument"},
+      {"/dev/zero", "d1", "Refusing to read '/dev/zero', not a regular file, Invalid argument"},
+      {"src", "same", "Refusing to copy 'src' onto the same file 'same', Invalid argument"},
+      {"d1", "d1", "Refusing to copy 'd1' onto the same file 'd1', Invalid argument"},
   };
   for (const auto& row : rows) {
     calls.clear();
@@ -202,9 +248,9 @@ TEST_F(FileTest, CopyFailuresLogTheirTextAndCallFailOnce) {
     EXPECT_EQ(LogLines("Error").back(), row.error);
     EXPECT_EQ(calls, Strings{"fail|" + std::string(row.src) + "|" + row.dst + "|1"});
   }
-  EXPECT_EQ(dir_.Read("d1"), "");  // emptied before the source failed to open
-  // A FIFO without a writer is an empty source, not a reason to wait.
-  EXPECT_EQ(file_copy("fifo", "from_fifo", 1, nullptr), 1);
+  // Nothing was written for any of them.
+  EXPECT_EQ(dir_.Read("d1") + dir_.Read("src"), "olddata");
+  EXPECT_EQ(Names("."), "adir,d1,fifo,same,src,test.log,to_fifo");
   // The callbacks can be put aside and restored; a null source is reported.
   FSInf saved;
   file_old_setup(&saved);
@@ -217,8 +263,10 @@ TEST_F(FileTest, CopyFailuresLogTheirTextAndCallFailOnce) {
   EXPECT_EQ(calls, Strings{"fail||x|1"});
 }
 
-TEST_F(FileTest, CopyStoppedByFileSizeLimitKeepsWhatWasWritten) {
+TEST_F(FileTest, CopyStoppedByFileSizeLimitOrSignalLeavesTheTargetAsItWas) {
   dir_.Write("src", std::string(100000, 'z'));
+  dir_.Write("dst", "old");
+  chmod("dst", 0640);
   rlimit old;
   getrlimit(RLIMIT_FSIZE, &old);
   const rlimit small = {20000, old.rlim_max};
@@ -230,9 +278,18 @@ TEST_F(FileTest, CopyStoppedByFileSizeLimitKeepsWhatWasWritten) {
   signal(SIGXFSZ, old_handler);
   EXPECT_EQ(r, 0);
   EXPECT_EQ(bytes, 2u * 8192);  // the whole chunks written before the limit
-  EXPECT_EQ(fs::file_size("dst"), 20000u);
   EXPECT_EQ(LogLines("Error").back(), "Error writing to 'dst', File too large");
-  EXPECT_EQ(calls, Strings{"fail|src|dst|1"});
+  // A recorded signal stops the next copy before its first chunk.
+  interrupt_arm();
+  raise(SIGTERM);
+  EXPECT_EQ(file_copy("src", "dst", 1, nullptr) + file_copy("src", "new", 1, nullptr), 0);
+  EXPECT_EQ(errno, EINTR);
+  interrupt_disarm();
+  interrupt_clear();
+  EXPECT_EQ(calls, (Strings{"fail|src|dst|1", "fail|src|dst|1", "fail|src|new|1"}));
+  EXPECT_EQ(LogLines("Error").size(), 1u);
+  EXPECT_EQ(Names(".") + " " + dir_.Read("dst"), "dst,src,test.log old");
+  EXPECT_EQ(fs::status("dst").permissions(), static_cast<fs::perms>(0640));
 }
 
 TEST_F(FileTest, MoveRemovesTheSourceEvenAfterASkippedCopy) {

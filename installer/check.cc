@@ -36,9 +36,6 @@ constexpr const char* kExtensions[] = {".dat", ".int", ".q", ".cpy"};
 
 // The directories directly in "/" that hold the system: a removal must not
 // empty one.
-constexpr std::string_view kSystemDirs[] = {
-    "bin", "boot", "dev",  "etc", "home", "lib", "lib32", "lib64", "libx32", "media", "mnt",
-    "opt", "proc", "root", "run", "sbin", "srv", "sys",   "tmp",   "usr",    "var"};
 
 // The names of the references "$(name)" in text, in order. A "$(" without a
 // closing ")" ends the scan, as it ends every expansion.
@@ -87,8 +84,7 @@ std::string removal_danger(const std::string& expanded) {
   const std::string pattern = cut < expanded.size() ? expanded.substr(cut) : "*";
   if (dir == "/") return "removes '" + expanded + "' straight from /";
   if (has_wildcard(pattern) && dir.size() > 1 && dir.find('/', 1) == dir.npos &&
-      std::find(std::begin(kSystemDirs), std::end(kSystemDirs), std::string_view(dir).substr(1)) !=
-          std::end(kSystemDirs)) {
+      copy_system_dir(dir.c_str() + 1)) {
     return "takes '" + expanded + "' from the system directory " + dir;
   }
   return {};

@@ -14,6 +14,7 @@
 #include "ini/ini.h"
 #include "ini/shared.h"
 #include "installer/check.h"
+#include "installer/guard.h"
 #include "installer/installer.h"
 #include "installer/menu.h"
 #include "installer/options.h"
@@ -143,12 +144,18 @@ int main(int argc, char** argv) {
   // Output that nobody reads (a closed pipe) fails its writes instead of
   // ending the program half-way through a run.
   std::signal(SIGPIPE, SIG_IGN);
+  // A write past the file size limit fails as a write error instead.
+  std::signal(SIGXFSZ, SIG_IGN);
   run_log = log_init(LogDebug);
   store = ini_init();
 
   char path[kPathSize] = "";
   exename(path, argv != nullptr && argc > 0 ? argv[0] : nullptr, kPathSize);
   myname = s_strdup(path);
+  // Before anything is opened: names that would be cut, or another run at
+  // work in this directory, end the program with nothing touched.
+  if (!guard_names_fit(myname)) return 1;
+  if (guard_needs_lock(argc, argv) && !guard_lock()) return 1;
 
   // Without a usable working directory the files are named relative to it.
   if (currentdir(path, kPathSize) == nullptr) path[0] = '\0';

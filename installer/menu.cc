@@ -5,6 +5,7 @@
 #include "installer/installer.h"
 #include "installer/runs.h"
 #include "lib/input.h"
+#include "lib/interrupt.h"
 #include "lib/limits.h"
 #include "lib/strings.h"
 
@@ -60,8 +61,9 @@ int run_entry(Ini* ini, int choice) {
   switch (choice) {
     case 1: {
       const int result = install_product(ini);
-      // Shown after a failed install too, on purpose.
-      if (result != SW_TO_UPGRADE && result != QUIT) print_blurb(ini);
+      // Shown after a failed install too, on purpose; not after one that was
+      // interrupted.
+      if (result != SW_TO_UPGRADE && result != QUIT && interrupt_signal() == 0) print_blurb(ini);
       return result;
     }
     case 2:
@@ -77,7 +79,8 @@ int run_entry(Ini* ini, int choice) {
 
 void menu_loop(Ini* ini, int action) {
   char reply[kLineSize];
-  for (int finished = 0; !finished;) {
+  // A run cut short by a signal ends the menu.
+  for (int finished = 0; !finished && interrupt_signal() == 0;) {
     int choice;
     if (special_mode != nullptr) {
       choice = 5;

@@ -24,7 +24,8 @@ int run_entry(Ini* ini, int choice);
 // Shows the menu and carries out choices until one ends the program:
 // `action` is the suggested entry, taken on an empty reply and under
 // -automate; -special runs the special section once without a menu. End of
-// input at the prompt counts as Exit.
+// input at the prompt counts as Exit. A run interrupted by a signal ends the
+// loop at once, without the after-install text.
 void menu_loop(Ini* ini, int action);
 
 }  // namespace inst

@@ -132,17 +132,17 @@ void options_clear() {
   presets_clear();
 }
 
-bool changes_nothing(int argc, char** argv) {
+bool option_given(int argc, char** argv, const char* option) {
   if (argv == nullptr) return false;
   for (int i = 1; i < argc; ++i) {
-    const char* word = argv[i];
-    if (takes_word(word)) {
-      ++i;
-    } else if (s_strcmp(word, "-check") == 0 || s_strcmp(word, "-plan") == 0) {
-      return true;
-    }
+    if (s_strcmp(argv[i], option) == 0) return true;
+    if (takes_word(argv[i])) ++i;
   }
   return false;
+}
+
+bool changes_nothing(int argc, char** argv) {
+  return option_given(argc, argv, "-check") || option_given(argc, argv, "-plan");
 }
 
 }  // namespace inst

@@ -34,9 +34,12 @@ bool scripted();
 // installer.h (the action, the report file, the scripting options).
 void options_clear();
 
+// Whether `option` stands among the options of the command line, found as
+// process_args finds it: the word after an option that takes one is its
+// value, never an option.
+bool option_given(int argc, char** argv, const char* option);
 // Whether the command line asks for a run that changes nothing on disk, not
-// even the log: -check or -plan, found as process_args finds them (the word
-// after an option that takes one is its value, not an option). Start-up asks
+// even the log: -check or -plan (see option_given). Start-up asks
 // this before it opens the log, and so must anything else that would write
 // before the options are read.
 bool changes_nothing(int argc, char** argv);

@@ -88,12 +88,13 @@ void probe_timedate(Ini* ini, const IItem* probe) {
   ini_add_name(ini, probe->b.get(), format_time(format).c_str());
 }
 
+// Writes all or nothing: a failed write leaves the file as it was.
 void probe_wfile(Ini* ini, const IItem* probe) {
   char path[kPathSize];
   expand_path(ini, probe, path);
-  OpenFile out(s_fopen(path, "w"));
-  if (!out.f || std::fputs(str(value_or_text(ini, probe->b.get())), out.f) < 0 ||
-      std::fflush(out.f) != 0) {
+  const char* text = str(value_or_text(ini, probe->b.get()));
+  Replacement out;
+  if (!out.open(path) || !out.write(text, std::strlen(text)) || !out.commit()) {
     emsg("Failed to write (%s), %s", path, std::strerror(errno));
   }
 }

@@ -28,8 +28,9 @@ using HttpFinder = int (*)(char* user, char* group, char* root, char* scripts, c
 //            in a MiB gives the empty text); logs "TimeDate '%s' is NULL"
 //            when setting a has no value.
 //   WFile    writes the value of setting b (or the text b) to the path a,
-//            creating or truncating it; logs "Failed to write (%s), %s" when
-//            the file cannot be opened or written.
+//            creating or replacing it all or nothing (see Replacement); logs
+//            "Failed to write (%s), %s" when the file cannot be written, and
+//            then leaves it as it was.
 //   RFile    b = the whole content of the file at path a, line ends
 //            included (a NUL byte ends the value, as it ends any text); an
 //            empty file leaves b as it was; logs "Failed to read (%s), %s"

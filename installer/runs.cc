@@ -292,6 +292,8 @@ void copy_stage(Ini* ini, const RunKind& kind) {
     std::printf("%s", kind.progress);
     unsigned long files = 0;
     unsigned long bytes = 0;
+    // While files change, SIGINT, SIGTERM and SIGHUP stop the script
+    // cleanly instead of ending the program half-way through a file.
     interrupt_arm();
     const int done =
         copy_process(copy, &files, kind.count_bytes ? &bytes : nullptr, kind.stop_on_fail);

@@ -94,6 +94,9 @@ const RunRecord& last_run();
 // SIGTERM and SIGHUP are recorded meanwhile (lib/interrupt.h). A missing
 // script or section prints nothing; a failure prints "]\nFailed, %s" with
 // the last Error message. Counts above the largest int are shown as it.
+// While the script runs, SIGINT, SIGTERM and SIGHUP are recorded instead of
+// ending the program (lib/interrupt.h): the script stops after the command
+// they cut, and interrupt_signal() tells the caller.
 // Returns QUIT when the user quit, FAILED when the questions could not be
 // loaded ("Error loading questions" logged; also when a file's path would
 // not fit in 255 characters) or failed, else SUCEEDED, also when the copy

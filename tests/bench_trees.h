@@ -1,6 +1,6 @@
 // The trees that the copy and walk benchmarks time side by side with the
 // system's tools (files of 4 KiB, 100 to a directory, and one file of
-// 256 MiB), and the median by which they sum up their rounds.
+// 1 GiB), and the median by which they sum up their rounds.
 #ifndef INSTALLER_TESTS_BENCH_TREES_H_
 #define INSTALLER_TESTS_BENCH_TREES_H_
 
@@ -16,7 +16,7 @@ namespace bench {
 constexpr int kDirs = 100;
 constexpr int kFilesPerDir = 100;
 constexpr size_t kSmallSize = 4096;
-constexpr size_t kBigSize = size_t{256} << 20;
+constexpr size_t kBigSize = size_t{1024} << 20;
 
 // A megabyte of varied content.
 inline std::vector<char> varied_block() {
