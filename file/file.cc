@@ -802,7 +802,7 @@ bool DirWalk::next() {
     if (!match_all_ && !wild_match(name, wild_.c_str())) continue;
     name_ = name;
     name_length_ = std::strlen(name);
-    type_ = entry->d_type;
+    type_ = walk_types_unknown ? static_cast<unsigned char>(DT_UNKNOWN) : entry->d_type;
     slow_ = by_path_ || std::strchr(name, '\\') != nullptr;
     struct stat st;
     if (slow_) {
@@ -812,7 +812,10 @@ bool DirWalk::next() {
       type_ = IFTODT(st.st_mode);
     } else {
       if (prefix_length_ + name_length_ >= static_cast<size_t>(kPathSize)) continue;
-      if (!confirmed_ || type_ == DT_UNKNOWN || walk_types_unknown) {
+      // The first entry's status is read even when its type is given: a
+      // directory whose names can be read but whose entries cannot be
+      // looked at (no search permission) yields nothing, as from a scan.
+      if (!confirmed_ || type_ == DT_UNKNOWN) {
         if (fstatat(fd_, name, &st, AT_SYMLINK_NOFOLLOW) != 0) continue;
         type_ = IFTODT(st.st_mode);
       }
