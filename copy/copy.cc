@@ -361,15 +361,14 @@ int remove_files(Copy* copy, int index) {
   if (copy_rm_forbidden(dir, pattern)) {
     return refuse_removal(source, "Refusing to remove '%s', the root or a system directory");
   }
-  Scan scan(dir, pattern);
+  DirWalk walk(dir, pattern, true);
   int count = 0;
-  for (bool more = scan.entry() != nullptr; more && interrupt_signal() == 0; more = scan.next()) {
-    if (wild_ilist(scan.base(), exclude)) continue;
-    const char* name = scan.entry()->name;
-    if (!scan.is_dir()) {
-      if (std::remove(name) == 0) ++count;
+  for (bool more = walk.next(); more && interrupt_signal() == 0; more = walk.next()) {
+    if (wild_ilist(walk.base(), exclude)) continue;
+    if (!walk.is_dir()) {
+      count += walk.remove();
     } else if (cmd.type == RmDir) {
-      count += file_rmdir(name, exclude, 1);
+      count += walk.remove_tree(exclude);
     }
   }
   return count;
@@ -423,38 +422,39 @@ constexpr WalkTexts kChmodTexts = {
     "Finished chmod'ing, %d files done",
 };
 
-// The walk behind dochown and dochmod; change(entry, follow) makes one
-// change, through a link only when follow is set, and returns non-zero on
-// success.
+// The walk behind dochown and dochmod; change(walk, follow) makes one
+// change to the walk's current entry, through a link only when follow is
+// set, and returns non-zero on success. Entries reached through a wildcard
+// or below a directory are inside the tree (`inside`); only an entry the
+// command names exactly is changed through a link.
 template <typename Change>
-int walk(const char* path, const char* wild, const char* exclude, const WalkTexts& texts,
+int walk(DirWalk* dir, bool inside, const char* exclude, const WalkTexts& texts,
          const Change& change) {
   int count = 0;
-  Scan scan(path, wild);
-  if (scan.entry() == nullptr) {
+  bool more = dir->next();
+  if (!more) {
     dmsg(texts.none);
   } else if (exclude != nullptr) {
     dmsg(texts.not_doing, exclude);
   } else {
     dmsg(texts.all);
   }
-  // Entries reached through a wildcard or below a directory are inside the
-  // tree; only an entry the command names exactly is changed through a link.
-  const bool inside = wild != nullptr && has_wildcard(wild);
-  for (bool more = scan.entry() != nullptr; more && interrupt_signal() == 0; more = scan.next()) {
-    const char* name = file_name(scan.entry());
+  for (; more && interrupt_signal() == 0; more = dir->next()) {
     // Exclusions are matched against the whole path here, unlike the copy
     // and remove commands, which match the base name.
-    if (exclude != nullptr && wild_ilist(name, exclude)) {
-      dmsg(texts.skipping, name);
+    if (exclude != nullptr && wild_ilist(dir->path(), exclude)) {
+      dmsg(texts.skipping, dir->path());
       continue;
     }
-    if (inside && S_ISLNK(scan.entry()->info.st_mode)) {
-      dmsg("Not following link '%s'", name);
+    if (inside && dir->is_link()) {
+      dmsg("Not following link '%s'", dir->path());
       continue;
     }
-    if (scan.is_dir()) count += walk(name, "*", exclude, texts, change);
-    if (!change(scan.entry(), !inside)) {
+    if (dir->is_dir()) {
+      DirWalk below(dir, true);
+      count += walk(&below, true, exclude, texts, change);
+    }
+    if (!change(dir, !inside)) {
       dmsg(texts.failed);
       break;
     }
@@ -462,6 +462,14 @@ int walk(const char* path, const char* wild, const char* exclude, const WalkText
   }
   dmsg(texts.finished, count);
   return count;
+}
+
+// Starts the walk of the entries of path that match wild.
+template <typename Change>
+int walk_top(const char* path, const char* wild, const char* exclude, const WalkTexts& texts,
+             const Change& change) {
+  DirWalk top(path, wild, true);
+  return walk(&top, wild != nullptr && has_wildcard(wild), exclude, texts, change);
 }
 
 }  // namespace
@@ -827,8 +835,8 @@ int copy_chown(Copy* copy, int index) {
 }
 
 int dochown(const char* path, const char* file, const char* exclude, int uid, int gid) {
-  return walk(path, file, exclude, kChownTexts, [uid, gid](const File* entry, bool follow) {
-    return follow ? file_chown(entry, uid, gid) : file_lchown(entry, uid, gid);
+  return walk_top(path, file, exclude, kChownTexts, [uid, gid](DirWalk* entry, bool follow) {
+    return entry->chown(uid, gid, follow);
   });
 }
 
@@ -849,9 +857,8 @@ int copy_chmod(Copy* copy, int index) {
 }
 
 int dochmod(const char* path, const char* file, const char* exclude, int mode) {
-  return walk(path, file, exclude, kChmodTexts, [mode](const File* entry, bool follow) {
-    return follow ? file_chmod(entry, mode) : file_lchmod(entry, mode);
-  });
+  return walk_top(path, file, exclude, kChmodTexts,
+                  [mode](DirWalk* entry, bool follow) { return entry->chmod(mode, follow); });
 }
 
 int copy_system_dir(const char* name) {

@@ -1,5 +1,6 @@
 #include "copy/copy.h"
 
+#include <signal.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -12,7 +13,9 @@
 #include <utility>
 #include <vector>
 
+#include "file/file.h"
 #include "ini/ini.h"
+#include "lib/interrupt.h"
 #include "lib/paths.h"
 #include "lib/strings.h"
 #include "tests/scratch.h"
@@ -60,6 +63,9 @@ struct Mount {
 
 int failures = 0;
 void CountFailure(const char*, const char*, int) { ++failures; }
+// The paths of the progress callbacks for success, in order.
+std::string progress;
+void NoteOk(const char* path, const char*, int) { progress += std::string(path) + ","; }
 
 // Works inside the scratch directory with a store holding "dir" (out),
 // "yes", "no", "owner" (a reference left for execution time), "user",
@@ -330,6 +336,48 @@ TEST_F(CopyTest, ChmodAndChownWalkDepthFirstWithFullPathExclusions) {
   for (const char* line : {"Found group id for 'nosuch'=-1", "Not chown'ing 'app/sub'"}) {
     EXPECT_TRUE(!root || Logged("Debug", line)) << line;
   }
+}
+
+TEST_F(CopyTest, TreeWalksRunAlikeWhenTheReadGivesNoTypesAndStopOnASignal) {
+  const bool root = geteuid() == 0;
+  // The command and its result.
+  const std::pair<const char*, int> rows[] = {
+      {"Chmod app/* *z.conf 700", 5},
+      {"Chown app/* - daemon", 6},
+      {"RmDir app/sub/* Z.CONF", 4},  // y, evil, deep and deep/w
+      {"RmDir app/ x.conf", 3},       // linked, sub/z.conf and sub
+  };
+  file_setup_fn(NoteOk, nullptr);
+  std::string transcripts[2];
+  for (int unknown : {0, 1}) {
+    file_walk_types_unknown(unknown);
+    for (const char* f : {"app/x.conf", "app/sub/y", "app/sub/z.conf", "app/sub/deep/w"}) {
+      dir_.Write(f, "");
+    }
+    fs::create_symlink("../x.conf", "app/sub/evil");
+    fs::create_directory_symlink("sub", "app/linked");
+    const size_t before = LogLines().size();
+    progress.clear();
+    for (const auto& [line, result] : rows) {
+      if (line[3] == 'w' && !root) continue;  // changing owners needs root
+      EXPECT_EQ(Do(line), result) << line << ", types unknown: " << unknown;
+    }
+    const Strings lines = LogLines();
+    for (size_t i = before; i < lines.size(); ++i) transcripts[unknown] += lines[i] + "\n";
+    transcripts[unknown] += progress + "\n" + Tree("app") + " " + Status("app/x.conf");
+  }
+  file_walk_types_unknown(0);
+  EXPECT_EQ(transcripts[1], transcripts[0]);
+  EXPECT_EQ(transcripts[0].substr(transcripts[0].rfind('\n') + 1),
+            "x.conf 700" + std::string(root ? " 1:1" : ""));
+  // A signal recorded before a walk ends it before its first change.
+  interrupt_arm();
+  raise(SIGTERM);
+  EXPECT_EQ(Do("Chmod app/* - 600") + Do("RmDir app/ -") + file_rmdir("app", nullptr, 1), 0);
+  interrupt_disarm();
+  interrupt_clear();
+  EXPECT_EQ(Tree("app") + " " + Status("app/x.conf"),
+            "x.conf 700" + std::string(root ? " 1:1" : ""));
 }
 
 TEST_F(CopyTest, FailuresOnMountedFileSystemsStopTheWalkAndLeaveNoPartialCopy) {

@@ -627,35 +627,103 @@ int file_mkdir(const char* dir, int make_all) {
   return 0;
 }
 
+namespace {
+
+// Removes the entries of the walk that are not in the exclusion list,
+// directories with their contents, reporting each through ok or fail.
+// Returns the number of entries removed.
+int remove_entries(DirWalk* walk, const char* exclude) {
+  int count = 0;
+  for (bool more = walk->next(); more && interrupt_signal() == 0; more = walk->next()) {
+    if (wild_list(walk->base(), exclude)) continue;
+    if (walk->is_dir()) {
+      const int removed = walk->remove_tree(exclude);
+      if (removed == 0) {
+        report_fail(walk->path(), nullptr, 0);
+      } else {
+        report_ok(walk->path(), nullptr, 0);
+      }
+      count += removed;
+    } else if (!walk->remove()) {
+      report_fail(walk->path(), nullptr, 0);
+    } else {
+      report_ok(walk->path(), nullptr, 0);
+      ++count;
+    }
+  }
+  return count;
+}
+
+// Sets the mode of name in the directory dirfd (AT_FDCWD: the working
+// directory), through a symbolic link only when follow is set. Returns 0,
+// or -1 with errno set.
+int mode_at(int dirfd, const char* name, mode_t bits, bool follow) {
+  if (follow) return fchmodat(dirfd, name, bits, 0);
+  // The kernel's own call (Linux 6.6 on) does it in one step; the C
+  // library's takes four and needs /proc.
+  int r = static_cast<int>(syscall(kFchmodat2, dirfd, name, bits, AT_SYMLINK_NOFOLLOW));
+  if (r != 0) r = fchmodat(dirfd, name, bits, AT_SYMLINK_NOFOLLOW);
+  // Where the C library cannot do it without /proc, a plain change is safe
+  // only for what is not a link.
+  struct stat st;
+  if (r != 0 && (errno == EOPNOTSUPP || errno == ENOTSUP) &&
+      fstatat(dirfd, name, &st, AT_SYMLINK_NOFOLLOW) == 0 && !S_ISLNK(st.st_mode)) {
+    r = fchmodat(dirfd, name, bits, 0);
+  }
+  return r;
+}
+
+// The same for the owner; gid is already resolved.
+int owner_at(int dirfd, const char* name, int uid, int gid, bool follow) {
+  return fchownat(dirfd, name, static_cast<uid_t>(uid), static_cast<gid_t>(gid),
+                  follow ? 0 : AT_SYMLINK_NOFOLLOW);
+}
+
+void mode_error(const char* path, int mode) {
+  file_error("Error changing mode of '%s' to %d", path, mode);
+}
+
+void owner_error(const char* path, int uid, int gid) {
+  file_error("Error changing ownership of '%s' to uid=%d, gid=%d", path, uid, gid);
+}
+
+int change_owner(const File* file, int uid, int gid, bool follow) {
+  if (file == nullptr || uid == -1) return 0;
+  if (gid == -1) gid = uid;
+  if (owner_at(AT_FDCWD, file->name, uid, gid, follow) != 0) {
+    owner_error(file->name, uid, gid);
+    return 0;
+  }
+  return 1;
+}
+
+int change_mode(const File* file, int mode, bool follow) {
+  if (file == nullptr) return 0;
+  if (mode_at(AT_FDCWD, file->name, static_cast<mode_t>(mode), follow) != 0) {
+    mode_error(file->name, mode);
+    return 0;
+  }
+  return 1;
+}
+
+// Set by file_walk_types_unknown.
+bool walk_types_unknown = false;
+
+// Room for the entries of one directory read; the C library's directory
+// streams read as much at a time.
+constexpr size_t kDirBufferSize = 32768;
+// How a walk opens a directory: as opendir does, never waiting on a FIFO.
+constexpr int kDirOpenFlags = O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC;
+
+}  // namespace
+
 int file_rmdir(const char* dir, const char* exclude, int recurse) {
   if (dir == nullptr) return 0;
   int count = 0;
   if (recurse) {
-    FHandle* handle = nullptr;
     // Removal logs nothing, not even a directory it cannot open.
-    File* entry = start_scan(&handle, dir, "*", false);
-    for (bool more = entry != nullptr; more && interrupt_signal() == 0;
-         more = file_next(entry, handle) != 0) {
-      char base[kPathSize];
-      file_filename(entry, base, kPathSize);
-      if (wild_list(base, exclude)) continue;
-      if (S_ISDIR(entry->info.st_mode)) {
-        const int removed = file_rmdir(entry->name, exclude, 1);
-        if (removed == 0) {
-          report_fail(entry->name, nullptr, 0);
-        } else {
-          report_ok(entry->name, nullptr, 0);
-        }
-        count += removed;
-      } else if (std::remove(entry->name) != 0) {
-        report_fail(entry->name, nullptr, 0);
-      } else {
-        report_ok(entry->name, nullptr, 0);
-        ++count;
-      }
-    }
-    file_free(&entry);
-    file_last(&handle);
+    DirWalk walk(dir, "*", false);
+    count = remove_entries(&walk, exclude);
   }
   if (rmdir(dir) == 0) {
     report_ok(dir, nullptr, 0);
@@ -666,55 +734,153 @@ int file_rmdir(const char* dir, const char* exclude, int recurse) {
   return count;
 }
 
-int file_chmod(const File* file, int mode) {
-  if (file == nullptr) return 0;
-  if (chmod(file->name, static_cast<mode_t>(mode)) != 0) {
-    file_error("Error changing mode of '%s' to %d", file->name, mode);
-    return 0;
-  }
-  return 1;
-}
+int file_chmod(const File* file, int mode) { return change_mode(file, mode, true); }
 
-int file_lchmod(const File* file, int mode) {
-  if (file == nullptr) return 0;
-  const mode_t bits = static_cast<mode_t>(mode);
-  // The kernel's own call (Linux 6.6 on) does it in one step; the C
-  // library's takes four and needs /proc.
-  int r = static_cast<int>(syscall(kFchmodat2, AT_FDCWD, file->name, bits, AT_SYMLINK_NOFOLLOW));
-  if (r != 0) r = fchmodat(AT_FDCWD, file->name, bits, AT_SYMLINK_NOFOLLOW);
-  // Where the C library cannot do it without /proc, a plain change is safe
-  // only for what is not a link.
-  struct stat st;
-  if (r != 0 && (errno == EOPNOTSUPP || errno == ENOTSUP) && lstat(file->name, &st) == 0 &&
-      !S_ISLNK(st.st_mode)) {
-    r = chmod(file->name, bits);
-  }
-  if (r != 0) {
-    file_error("Error changing mode of '%s' to %d", file->name, mode);
-    return 0;
-  }
-  return 1;
-}
-
-namespace {
-
-int change_owner(const File* file, int uid, int gid, bool follow) {
-  if (file == nullptr || uid == -1) return 0;
-  if (gid == -1) gid = uid;
-  const auto u = static_cast<uid_t>(uid);
-  const auto g = static_cast<gid_t>(gid);
-  if ((follow ? chown(file->name, u, g) : lchown(file->name, u, g)) != 0) {
-    file_error("Error changing ownership of '%s' to uid=%d, gid=%d", file->name, uid, gid);
-    return 0;
-  }
-  return 1;
-}
-
-}  // namespace
+int file_lchmod(const File* file, int mode) { return change_mode(file, mode, false); }
 
 int file_chown(const File* file, int uid, int gid) { return change_owner(file, uid, gid, true); }
 
 int file_lchown(const File* file, int uid, int gid) { return change_owner(file, uid, gid, false); }
+
+int file_walk_types_unknown(int on) {
+  const int was = walk_types_unknown ? 1 : 0;
+  walk_types_unknown = on != 0;
+  return was;
+}
+
+DirWalk::DirWalk(const char* dir, const char* wild, bool report)
+    : dir_(str(dir)), wild_(str(wild)), match_all_(wild_ == "*") {
+  if (dir != nullptr && wild != nullptr) open_at(AT_FDCWD, dir, kDirOpenFlags, report);
+}
+
+DirWalk::DirWalk(DirWalk* parent, bool report) : dir_(parent->path()), match_all_(true) {
+  // A directory met inside the tree is opened where it was read; one
+  // replaced by a link since then is not followed.
+  if (parent->slow_) {
+    open_at(AT_FDCWD, dir_.c_str(), kDirOpenFlags, report);
+  } else {
+    open_at(parent->fd_, parent->name_, kDirOpenFlags | O_NOFOLLOW, report);
+  }
+}
+
+DirWalk::~DirWalk() {
+  if (fd_ >= 0) close(fd_);
+}
+
+void DirWalk::open_at(int dirfd, const char* name, int flags, bool report) {
+  fd_ = openat(dirfd, name, flags);
+  if (fd_ < 0) {
+    if (report) file_error("Error opening dir '%s'", dir_.c_str());
+    return;
+  }
+  buffer_ = std::make_unique_for_overwrite<char[]>(kDirBufferSize);
+  // An entry's path is the directory's, joined as attach_path joins it
+  // (which writes every separator as '/'), then the entry's name.
+  const size_t length = dir_.size();
+  std::string joined(dir_);
+  joined.resize(length + 3);
+  attach_path(joined.data(), "x", static_cast<int>(joined.size()));
+  joined.resize(std::strlen(joined.c_str()) - 1);
+  by_path_ = joined.compare(0, length, dir_) != 0;
+  prefix_length_ = joined.size();
+  if (prefix_length_ < sizeof path_) std::memcpy(path_, joined.c_str(), prefix_length_ + 1);
+}
+
+bool DirWalk::next() {
+  if (fd_ < 0) return false;
+  for (;;) {
+    if (pos_ >= end_) {
+      const ssize_t n = getdents64(fd_, buffer_.get(), kDirBufferSize);
+      if (n <= 0) return false;
+      pos_ = 0;
+      end_ = n;
+    }
+    const auto* entry = reinterpret_cast<const dirent64*>(buffer_.get() + pos_);
+    pos_ += entry->d_reclen;
+    const char* name = entry->d_name;
+    if (name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'))) continue;
+    if (!match_all_ && !wild_match(name, wild_.c_str())) continue;
+    name_ = name;
+    name_length_ = std::strlen(name);
+    type_ = walk_types_unknown ? static_cast<unsigned char>(DT_UNKNOWN) : entry->d_type;
+    slow_ = by_path_ || std::strchr(name, '\\') != nullptr;
+    struct stat st;
+    if (slow_) {
+      // Looked at by the path a scan builds, where its separators are
+      // rewritten; an entry that does not fit is passed over as there.
+      if (!join_path(slow_path_, dir_.c_str(), name) || lstat(slow_path_, &st) != 0) continue;
+      type_ = IFTODT(st.st_mode);
+    } else {
+      if (prefix_length_ + name_length_ >= static_cast<size_t>(kPathSize)) continue;
+      // The first entry's status is read even when its type is given: a
+      // directory whose names can be read but whose entries cannot be
+      // looked at (no search permission) yields nothing, as from a scan.
+      if (!confirmed_ || type_ == DT_UNKNOWN) {
+        if (fstatat(fd_, name, &st, AT_SYMLINK_NOFOLLOW) != 0) continue;
+        type_ = IFTODT(st.st_mode);
+      }
+    }
+    confirmed_ = true;
+    named_ = false;
+    return true;
+  }
+}
+
+const char* DirWalk::path() {
+  if (slow_) return slow_path_;
+  if (!named_) {
+    std::memcpy(path_ + prefix_length_, name_, name_length_ + 1);
+    named_ = true;
+  }
+  return path_;
+}
+
+const char* DirWalk::base() const {
+  const char* sep = last_separator(name_);
+  return sep == nullptr ? name_ : sep + 1;
+}
+
+int DirWalk::at_fd() const { return slow_ ? AT_FDCWD : fd_; }
+
+const char* DirWalk::at_name() const { return slow_ ? slow_path_ : name_; }
+
+int DirWalk::chown(int uid, int gid, bool follow) {
+  if (uid == -1) return 0;
+  if (gid == -1) gid = uid;
+  if (owner_at(at_fd(), at_name(), uid, gid, follow) != 0) {
+    owner_error(path(), uid, gid);
+    return 0;
+  }
+  return 1;
+}
+
+int DirWalk::chmod(int mode, bool follow) {
+  if (mode_at(at_fd(), at_name(), static_cast<mode_t>(mode), follow) != 0) {
+    mode_error(path(), mode);
+    return 0;
+  }
+  return 1;
+}
+
+int DirWalk::remove() {
+  if (unlinkat(at_fd(), at_name(), 0) == 0) return 1;
+  return errno == EISDIR && unlinkat(at_fd(), at_name(), AT_REMOVEDIR) == 0 ? 1 : 0;
+}
+
+int DirWalk::remove_tree(const char* exclude) {
+  int count = 0;
+  {
+    DirWalk inside(this, false);
+    count = remove_entries(&inside, exclude);
+  }
+  if (unlinkat(at_fd(), at_name(), AT_REMOVEDIR) == 0) {
+    report_ok(path(), nullptr, 0);
+    ++count;
+  } else {
+    report_fail(path(), nullptr, 0);
+  }
+  return count;
+}
 
 bool Replacement::open(const char* dst) {
   if (create(dst)) return true;

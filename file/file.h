@@ -243,6 +243,88 @@ int file_chown(const File* file, int uid, int gid);
 // what it points to.
 int file_lchown(const File* file, int uid, int gid);
 
+// One directory of a tree walk (Chown, Chmod, RmFile, RmDir, file_rmdir).
+// It yields the entries a scan (file_first, file_next) yields, in the same
+// order and under the same names, but takes each entry's type from the
+// directory read instead of reading its status: the status is read only
+// where the read gives no type, and for the first entry, to learn whether
+// the directory's entries can be looked at (a scan yields nothing from a
+// directory whose entries have no readable status). Changes are made
+// relative to the open directory, and the walk opens a subdirectory
+// without following a link, so no path is built unless a message or a
+// callback names the entry. An entry whose name holds a '\' is looked at
+// and changed by the path a scan gives it, as a scan does.
+class DirWalk {
+ public:
+  // Opens dir to walk its entries whose names match wild (case-sensitive;
+  // "*" matches all). A directory that cannot be opened yields nothing;
+  // that is logged as "Error opening dir '%s'" when report is set. Null
+  // arguments yield nothing, without a message.
+  DirWalk(const char* dir, const char* wild, bool report);
+  // Opens the current entry of parent, a directory, to walk all of it, as
+  // the constructor above would open it by its path.
+  DirWalk(DirWalk* parent, bool report);
+  ~DirWalk();
+  DirWalk(const DirWalk&) = delete;
+  DirWalk& operator=(const DirWalk&) = delete;
+
+  // Moves to the next entry and returns true; false at the end.
+  bool next();
+  // The current entry's full path, as a scan names it (at most 255
+  // characters).
+  const char* path();
+  // The current entry's name after its last '/' or '\', as file_filename
+  // gives it.
+  const char* base() const;
+  bool is_dir() const { return type_ == DT_DIR; }
+  bool is_link() const { return type_ == DT_LNK; }
+
+  // Change the current entry as file_chown and file_chmod do, or, when
+  // follow is false, as file_lchown and file_lchmod do; failures are logged
+  // with the entry's path, in the same texts. Return 1 or 0.
+  int chown(int uid, int gid, bool follow);
+  int chmod(int mode, bool follow);
+  // Removes the current entry, not a directory, as the system's remove
+  // does. Returns 1, or 0 with errno set; logs and reports nothing.
+  int remove();
+  // Removes the current entry, a directory, as file_rmdir(path(), exclude,
+  // 1) does, reporting through the callbacks; returns the same count.
+  int remove_tree(const char* exclude);
+
+ private:
+  void open_at(int dirfd, const char* name, int flags, bool report);
+  // The directory and name the current entry is changed through.
+  int at_fd() const;
+  const char* at_name() const;
+
+  int fd_ = -1;
+  std::unique_ptr<char[]> buffer_;  // the entries read from the directory
+  long pos_ = 0;
+  long end_ = 0;
+  std::string dir_;  // the directory as a scan of it is given
+  std::string wild_;
+  bool match_all_ = false;  // the wildcard is "*"
+  // The directory's text holds a separator that paths write differently:
+  // its entries are looked at and changed by their paths.
+  bool by_path_ = false;
+  bool confirmed_ = false;  // an entry's status has been read
+  // The current entry: its name in the directory, type and full path.
+  const char* name_ = nullptr;
+  size_t name_length_ = 0;
+  unsigned char type_ = DT_UNKNOWN;
+  bool slow_ = false;   // looked at and changed by slow_path_, not through fd_
+  bool named_ = false;  // path_ holds its full path
+  // The directory's path with its separator; entries' names go after it.
+  size_t prefix_length_ = 0;
+  char path_[kPathSize + 1] = "";
+  char slow_path_[kPathSize] = "";
+};
+
+// Makes every DirWalk take each entry's type as unknown, as on a file system
+// whose directory reads give none, so that it reads each entry's status
+// (for tests). Returns the setting it replaces.
+int file_walk_types_unknown(int on);
+
 }  // namespace inst
 
 #endif  // INSTALLER_FILE_FILE_H_

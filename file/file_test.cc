@@ -403,6 +403,82 @@ TEST_F(FileTest, RmdirLeavesExcludedEntriesAndNeverFollowsLinks) {
   EXPECT_TRUE(LogLines("Error").empty());
 }
 
+// Every entry of a walk and of a scan of dir for wild, in order, as its
+// path and "/" for a directory or "@" for a link; below each directory
+// what it holds.
+std::string Walked(DirWalk* walk) {
+  std::string out;
+  while (walk->next()) {
+    out += walk->path() + std::string(walk->is_dir() ? "/" : walk->is_link() ? "@" : "") + ",";
+    if (walk->is_dir()) {
+      DirWalk below(walk, true);
+      out += Walked(&below);
+    }
+  }
+  return out;
+}
+std::string Walked(const std::string& dir, const char* wild) {
+  DirWalk walk(dir.c_str(), wild, true);
+  return Walked(&walk);
+}
+std::string Scanned(const std::string& dir, const char* wild) {
+  std::string out;
+  FHandle* handle = nullptr;
+  File* f = file_first(&handle, dir.c_str(), wild);
+  for (bool more = f; more; more = file_next(f, handle)) {
+    const mode_t mode = f->info.st_mode;
+    out += f->name + std::string(S_ISDIR(mode) ? "/" : S_ISLNK(mode) ? "@" : "") + ",";
+    if (S_ISDIR(f->info.st_mode)) out += Scanned(f->name, "*");
+  }
+  file_free(&f);
+  file_last(&handle);
+  return out;
+}
+
+TEST_F(FileTest, WalkYieldsWhatAScanYieldsWhetherOrNotTheReadGivesTypes) {
+  const std::string deep(250, 'd');
+  // A name ending in "/" makes a directory. The scan names "a\b/x" and
+  // "s/x\y" by paths where '\' became '/': "a/b/x" and the directory "s/x/y".
+  for (const std::string& name :
+       Strings{"d/a.txt", "d/.h.txt", "d/sub/c.txt", "shut/f", "shut/g/", "a\\b/x", "a\\b/only",
+               "a/b/x", deep + "/abcd", deep + "/abcde", "s/x\\y", "s/x/y/", "s/x\\z"}) {
+    dir_.Write(name, "");
+  }
+  fs::create_directory_symlink("sub", "d/ln");
+  fs::create_symlink("a.txt", "d/fl");
+  fs::create_directory("d/locked");
+  chmod("d/locked", 0);
+  chmod("shut", 0644);  // names can be read, their status cannot
+  chmod(".", 0755);
+  static const struct {
+    const char *dir, *wild;
+    bool some;  // yields anything
+  } rows[] = {
+      {"d", "*", true},    {"d/", "*.txt", true}, {"d/sub/", "c.txt", true}, {"shut", "*", false},
+      {"a\\b", "*", true}, {"s", "x?*", true},    {"missing", "*", false},
+  };
+  // Root passes over permissions, so the walks run as nobody.
+  const bool root = geteuid() == 0;
+  for (int unknown : {0, 1}) {
+    file_walk_types_unknown(unknown);
+    if (root && seteuid(65534) != 0) FAIL() << "cannot become nobody";
+    for (const auto& row : rows) {
+      const std::string scanned = Scanned(row.dir, row.wild);
+      EXPECT_EQ(Walked(row.dir, row.wild), scanned) << row.dir << " " << unknown;
+      EXPECT_EQ(!scanned.empty(), row.some) << row.dir;
+    }
+    EXPECT_EQ(Walked(deep, "*"), deep + "/abcd,");
+    if (root && seteuid(0) != 0) abort();
+  }
+  EXPECT_EQ(file_walk_types_unknown(0), 1);
+  // Failures to open are logged by the walk as by the scan, twice each.
+  const Strings errors = LogLines("Error");
+  EXPECT_EQ(errors.size(), 8u);
+  EXPECT_EQ(
+      std::count(errors.begin(), errors.end(), "Error opening dir 'd/locked', Permission denied"),
+      4);
+}
+
 TEST_F(FileTest, ModeAndOwnerChangesNameTheirFailures) {
   dir_.Write("f", "x");
   File f;
