@@ -39,7 +39,6 @@
 #include <fstream>
 #include <functional>
 #include <nlohmann/json.hpp>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -233,11 +232,21 @@ Outcome RunProgram(const fs::path& program, const std::vector<std::string>& args
 }
 
 // Whether line starts with an asctime() stamp cut to 20 characters and the
-// opening bracket: "Sun Nov 15 12:07:18  [".
+// opening bracket: "Sun Nov 15 12:07:18  [". In the shape, A is an upper
+// case letter, a a lower case one, 9 a digit and # a digit or a blank.
 bool HasTimeStamp(const std::string& line) {
-  static const std::regex stamp(
-      "[A-Z][a-z]{2} [A-Z][a-z]{2} [ 0-9][0-9] [0-9]{2}:[0-9]{2}:[0-9]{2}  \\[");
-  return std::regex_search(line, stamp, std::regex_constants::match_continuous);
+  static const std::string shape = "Aaa Aaa #9 99:99:99  [";
+  if (line.size() < shape.size()) return false;
+  for (size_t i = 0; i < shape.size(); ++i) {
+    const unsigned char c = line[i];
+    const bool ok = shape[i] == 'A'   ? std::isupper(c)
+                    : shape[i] == 'a' ? std::islower(c)
+                    : shape[i] == '9' ? std::isdigit(c)
+                    : shape[i] == '#' ? (std::isdigit(c) || c == ' ')
+                                      : c == shape[i];
+    if (!ok) return false;
+  }
+  return true;
 }
 
 // The log's lines with the time and process id taken off, after checking
