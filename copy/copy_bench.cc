@@ -30,12 +30,12 @@
 #include <string>
 #include <vector>
 
+#include "bench/trees.h"
 #include "benchmark/benchmark.h"
 #include "copy/copy.h"
 #include "ini/ini.h"
 #include "installer/runs.h"
 #include "lib/log.h"
-#include "tests/bench_trees.h"
 
 extern char** environ;
 

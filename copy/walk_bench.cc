@@ -20,12 +20,12 @@
 #include <string>
 #include <vector>
 
+#include "bench/race.h"
+#include "bench/trees.h"
 #include "copy/copy.h"
 #include "ini/ini.h"
 #include "installer/runs.h"
 #include "lib/log.h"
-#include "tests/bench_race.h"
-#include "tests/bench_trees.h"
 
 namespace inst {
 namespace {

@@ -20,8 +20,8 @@
 #include <string>
 #include <vector>
 
+#include "bench/trees.h"
 #include "file/file.h"
-#include "tests/bench_trees.h"
 
 extern char** environ;
 

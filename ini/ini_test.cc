@@ -179,32 +179,20 @@ TEST_F(IniTest, FormattedAddIsCutTo999AndArrayAddGoesOnPastRefusedValues) {
   array_free(&values);
 }
 
-TEST_F(IniTest, NamesStayValidWhileTheStoreGrowsAndBadArgumentsGiveZeroOrNull) {
-  EXPECT_EQ(ini_add_name(ini_, "x", "v"), 0);  // before ini_setup()
-  Declare({{"a", "1", Ini_None}});
-  const char* first = ini_label(ini_, 0);
-  for (const std::string name : {"n1", "n2", "n3", "n4", "n5", "n6", "n7", "n8", "n9"}) {
-    ASSERT_EQ(ini_add_name(ini_, name.c_str(), "v"), 1);
-  }
-  EXPECT_EQ(ini_items(ini_), 10);
-  EXPECT_STREQ(first, "a");
-  EXPECT_EQ(ini_add(ini_, 10, "v") + ini_add(ini_, -1, "v") + ini_add(ini_, 0, nullptr), 0);
-  EXPECT_EQ(ini_load(ini_, dir_.Path("missing").c_str(), nullptr), 0);
-  char buffer[4] = "abc";
-  ini_replace(ini_, nullptr, buffer, sizeof buffer);
-  EXPECT_STREQ(buffer, "abc");
-}
-
 // The name indexes grow as settings are created: every name keeps leading
 // to its first setting, exactly and (for references expanded in the store)
-// without regard to case.
+// without regard to case. Bad arguments give 0 or change nothing.
 TEST_F(IniTest, LookupsFindTheFirstSettingOfANameWhileTheStoreGrows) {
+  EXPECT_EQ(ini_add_name(ini_, "x", "v"), 0);  // before ini_setup()
   Declare({{"a", "1", Ini_Replace}, {"B", "2", Ini_Replace}, {"a", "3", Ini_Replace}});
+  const char* first = ini_label(ini_, 0);
   for (int i = 0; i < 200; ++i) {
     const std::string name = "n" + std::to_string(i);
     ASSERT_EQ(ini_add_name(ini_, name.c_str(), "v"), 1);
   }
   ASSERT_EQ(ini_add_name(ini_, "ref", "$(b)$(A)$(N150)$(n199)$(zz)"), 1);
+  EXPECT_STREQ(first, "a");  // names keep their place
+  EXPECT_EQ(ini_add(ini_, 204, "v") + ini_add(ini_, -1, "v") + ini_add(ini_, 0, nullptr), 0);
   for (int i = 0; i < 200; ++i) {
     ASSERT_EQ(ini_index(ini_, ("n" + std::to_string(i)).c_str()), 3 + i) << i;
   }
@@ -214,6 +202,10 @@ TEST_F(IniTest, LookupsFindTheFirstSettingOfANameWhileTheStoreGrows) {
   // becomes empty, one to an unknown name stays.
   ASSERT_EQ(ini_process(ini_), 1);
   EXPECT_EQ(ValuesOf("ref"), Values{"21$(zz)"});
+  EXPECT_EQ(ini_load(ini_, dir_.Path("missing").c_str(), nullptr), 0);
+  char buffer[4] = "abc";
+  ini_replace(ini_, nullptr, buffer, sizeof buffer);
+  EXPECT_STREQ(buffer, "abc");
 }
 
 // The expanders over one store: "dir" holds /opt/x, "nested" an unexpanded

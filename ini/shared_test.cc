@@ -104,14 +104,5 @@ TEST_F(DatfileTest, ManyRowsKeepTheirTextsInTableAndStore) {
   EXPECT_EQ(store, expected);
 }
 
-TEST_F(DatfileTest, MissingFileIsLoggedAndDeclaresNothing) {
-  const std::string path = dir_.Path("absent.dat");
-  EXPECT_EQ(load_datfile(ini_, path.c_str()), 0);
-  EXPECT_EQ(ini_items(ini_), 0);
-  EXPECT_EQ(_settings, nullptr);
-  EXPECT_EQ(LogLines("Error"),
-            Lines{"Error opening '" + path + "' for read, No such file or directory"});
-}
-
 }  // namespace
 }  // namespace inst

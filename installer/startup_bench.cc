@@ -31,7 +31,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/bench_race.h"
+#include "bench/race.h"
 
 namespace {
 

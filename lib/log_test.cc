@@ -22,16 +22,6 @@ using Lines = std::vector<std::string>;
 // A current debug log on test.log in a scratch directory.
 using LogTest = LoggedTest;
 
-TEST_F(LogTest, LineHasTimeWithoutYearThenPidLevelAndText) {
-  imsg("hello %d", 5);
-  log_flush(log_);
-  const std::string line = dir_.Read("test.log");
-  struct tm when = {};
-  ASSERT_EQ(strptime(line.c_str(), "%a %b %d %H:%M:%S", &when), line.c_str() + 19) << line;
-  EXPECT_EQ(line.substr(19), "  [" + std::to_string(getpid()) + "] Info: hello 5\n");
-  EXPECT_EQ(line.size(), log_->Size);
-}
-
 // The time and process id that start a line are made once and kept: lines
 // written in a later second, or by a forked child, must not reuse them.
 TEST_F(LogTest, TimeAndProcessIdFollowTheClockAndForks) {

@@ -11,21 +11,18 @@
 namespace inst {
 namespace {
 
+// The rule on every short text and pattern is checked against a plain
+// model below; these rows are the cases a reader looks for: a '?' after a
+// star is literal, and only A-Z fold (bytes above 127 fold to themselves).
 TEST(WildTest, WholeTextMatchesWholePattern) {
-  // "*?x" looks for a literal '?' after the star; "a*bc" needs a later
-  // candidate than the first; "*ab" rejects a case-only candidate when exact;
-  // bytes above 127 fold to themselves.
   static const struct {
     const char* text;
     const char* wild;
     int exact;
     int folded;
   } rows[] = {
-      {"", "*", 1, 1},          {"", "?", 0, 0},      {"abc", "", 0, 0},       {"", "", 1, 1},
-      {"a.TXT", "*.txt", 0, 1}, {"abc", "a*c", 1, 1}, {"abcbc", "a*bc", 1, 1}, {"abx", "*?x", 0, 0},
-      {"a?x", "*?x", 1, 1},     {"ab", "a**b", 1, 1}, {"ABC", "a?c", 0, 1},    {"aXb", "a*B", 0, 1},
-      {"ab", "abc", 0, 0},      {"a", "a*?", 0, 0},   {"a.c.o", "*.c", 0, 0},  {"aAb", "*ab", 0, 1},
-      {"\xC4x", "\xE4*", 0, 0},
+      {"a.TXT", "*.txt", 0, 1}, {"abx", "*?x", 0, 0},     {"a?x", "*?x", 1, 1},
+      {"a.c.o", "*.c", 0, 0},   {"\xC4x", "\xE4*", 0, 0},
   };
   for (const auto& row : rows) {
     EXPECT_EQ(wild_match(row.text, row.wild), row.exact) << row.text << " ~ " << row.wild;
@@ -70,9 +67,9 @@ std::vector<std::string> AllWords(const std::string& alphabet, size_t most) {
 TEST(WildTest, AgreesWithThePlainRuleOnEveryShortTextAndPattern) {
   for (const std::string& text : AllWords("aA?b", 4)) {
     for (const std::string& wild : AllWords("aA?*", 5)) {
-      ASSERT_EQ(wmatch(text.c_str(), wild.c_str(), 1), Plain(text.c_str(), wild.c_str(), true))
+      ASSERT_EQ(wild_match(text.c_str(), wild.c_str()), Plain(text.c_str(), wild.c_str(), true))
           << text << " ~ " << wild;
-      ASSERT_EQ(wmatch(text.c_str(), wild.c_str(), 0), Plain(text.c_str(), wild.c_str(), false))
+      ASSERT_EQ(wild_imatch(text.c_str(), wild.c_str()), Plain(text.c_str(), wild.c_str(), false))
           << text << " ~i " << wild;
     }
   }

@@ -1,8 +1,8 @@
 // The trees that the copy and walk benchmarks time side by side with the
 // system's tools (files of 4 KiB, 100 to a directory, and one file of
 // 1 GiB), and the median by which they sum up their rounds.
-#ifndef INSTALLER_TESTS_BENCH_TREES_H_
-#define INSTALLER_TESTS_BENCH_TREES_H_
+#ifndef INSTALLER_BENCH_TREES_H_
+#define INSTALLER_BENCH_TREES_H_
 
 #include <algorithm>
 #include <cstddef>
@@ -60,4 +60,4 @@ inline double median(std::vector<double> v) {
 
 }  // namespace bench
 
-#endif  // INSTALLER_TESTS_BENCH_TREES_H_
+#endif  // INSTALLER_BENCH_TREES_H_

@@ -1,8 +1,8 @@
 // Pieces shared by the benchmarks that time our code side by side with a
 // system tool: a temporary directory, running a tool, timing one side, and
 // the median and spread of the ratios of several rounds.
-#ifndef INSTALLER_TESTS_BENCH_RACE_H_
-#define INSTALLER_TESTS_BENCH_RACE_H_
+#ifndef INSTALLER_BENCH_RACE_H_
+#define INSTALLER_BENCH_RACE_H_
 
 #include <spawn.h>
 #include <stdlib.h>
@@ -141,4 +141,4 @@ inline Ratios run_race(const Race& race, int rounds, bool* good) {
 
 }  // namespace bench
 
-#endif  // INSTALLER_TESTS_BENCH_RACE_H_
+#endif  // INSTALLER_BENCH_RACE_H_

@@ -1,0 +1,2 @@
+[install]
+Text t - - H Title

@@ -1,0 +1,3 @@
+[install]
+Text dest - - H Where
+Loop no 0

@@ -1,0 +1,4 @@
+[install]
+MkDir $(dest) no true
+Error no Disk full
+MkDir $(dest)

@@ -1,0 +1,2 @@
+[install]
+Error no H Stop here

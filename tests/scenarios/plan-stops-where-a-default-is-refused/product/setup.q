@@ -1,0 +1,2 @@
+[install]
+FileExist dest - - H Where

@@ -1,0 +1,2 @@
+[install]
+Text letter - - H Letter
