@@ -1,0 +1,2 @@
+[install]
+Text base - - B Base
