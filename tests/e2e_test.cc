@@ -495,6 +495,12 @@ TEST_F(FaultTest, UnwritableStandardOutputStopsNothingAndStaysOutOfTheLog) {
     fs::remove_all(work_.Path("out"));
     fs::remove(work_.Path("setup.log"));
   }
+  // -version opens the log before anything else, with no lock before it:
+  // the log must not take the closed output's place.
+  const Outcome version = RunProgram(work_.Path("setup"), {"-version"}, work_.root(), fs::path(),
+                                     capture_.root(), {}, Output::kClosed);
+  EXPECT_EQ(version.status, 0);
+  EXPECT_FALSE(LogBodies(work_.Path("setup.log"), version.pid).empty());
 }
 
 TEST_F(FaultTest, FullLogLosesItsLinesOnly) {
