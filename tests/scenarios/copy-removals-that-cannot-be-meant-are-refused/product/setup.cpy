@@ -1,0 +1,4 @@
+[t]
+RmDir   $(nosuch)victim              -
+RmFile  victim/$(flag)keep           -
+RmDir   /no-such-name-here-*         -
