@@ -1,8 +1,8 @@
 // Faults a hostile machine throws at the built program: a full file system,
-// a file size limit, a signal in the middle of a copy, a removal whose
-// setting is missing, a second run at once and a directory too long for the
-// file names. (Unreadable sources, read-only targets and links planted in a
-// tree are the copy and file tests'.) Besides the message, each case checks that
+// an unreadable source, a read-only target, a file size limit, a signal in
+// the middle of a copy, links planted in a tree that root changes, a
+// removal whose setting is missing, a second run at once and a directory
+// too long for the file names. Besides the message, each case checks that
 // no file was lost: old content, mode and owner intact, and no partial
 // file under a final name. The tests run as root in a mount namespace of
 // their own (the mounts they make vanish with it) and skip themselves
@@ -64,6 +64,7 @@ class SafetyTest : public testing::Test {
     }
     ASSERT_TRUE(work_.ok() && capture_.ok());
     umask(022);
+    chmod(work_.root().c_str(), 0777);  // for the run as nobody
     work_.Write("setup.dat", "product Safe\n");
     work_.Write("setup.int", "");
     work_.Write("setup.q", "[t]\n");
@@ -73,11 +74,16 @@ class SafetyTest : public testing::Test {
     for (auto it = mounts_.rbegin(); it != mounts_.rend(); ++it) umount2(it->c_str(), MNT_DETACH);
   }
 
-  // Mounts a tmpfs with the given options at rel.
-  void Mount(const std::string& rel, const char* options) {
+  // Mounts at rel a tmpfs with the given options, or rel itself read-only.
+  void Mount(const std::string& rel, const char* tmpfs_options) {
     const std::string at = work_.Path(rel);
     fs::create_directories(at);
-    ASSERT_EQ(mount("none", at.c_str(), "tmpfs", 0, options), 0);
+    if (tmpfs_options != nullptr) {
+      ASSERT_EQ(mount("none", at.c_str(), "tmpfs", 0, tmpfs_options), 0);
+    } else {
+      ASSERT_EQ(mount(at.c_str(), at.c_str(), nullptr, MS_BIND, nullptr), 0);
+      ASSERT_EQ(mount(nullptr, at.c_str(), nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr), 0);
+    }
     mounts_.push_back(at);
   }
 
@@ -177,21 +183,37 @@ TEST_F(SafetyTest, FullFileSystemLeavesEveryReplacedFileAsItWas) {
                 "Error: Failed to write (" + full + "/w), No space left on device"});
 }
 
-// Under a file size limit a copy larger than the limit fails, leaves the
-// old file and does not end the run.
-TEST_F(SafetyTest, SizeLimitKeepsTheOldFileAndTheRunGoesOn) {
+// As nobody, under a file size limit: a source it cannot read, a target on
+// a read-only file system and a copy larger than the limit each fail and
+// leave the old file.
+TEST_F(SafetyTest, UnreadableSourceReadOnlyTargetAndSizeLimitKeepTheOldFiles) {
+  if (access("/usr/bin/setpriv", X_OK) != 0) GTEST_SKIP() << "needs setpriv";
+  work_.Write("src/secret.conf", "new");
+  chmod(work_.Path("src/secret.conf").c_str(), 0600);
   work_.Write("src/big.bin", std::string(300 << 10, 'n'));
-  work_.Write("out/big.bin", "old");
-  const Strings before = Snapshots({"out/big.bin"});
-  EXPECT_EQ(Run("CopyFile $(current_dir)/src/big.bin - $(current_dir)/out\n", {},
+  const Strings olds = {"out/secret.conf", "ro/f", "out/big.bin"};
+  for (const auto& f : olds) work_.Write(f, "old");
+  Mount("ro", nullptr);
+  for (const char* f : {"out", "out/secret.conf", "out/big.bin"}) {
+    ASSERT_EQ(chown(work_.Path(f).c_str(), 65534, 65534), 0);
+  }
+  const Strings before = Snapshots(olds);
+
+  EXPECT_EQ(Run("CopyFile $(current_dir)/src/secret.conf - $(current_dir)/out\n"
+                "CopyFile $(current_dir)/src/big.bin - $(current_dir)/ro\n"
+                "CopyFile $(current_dir)/src/big.bin - $(current_dir)/out\n",
+                {"/usr/bin/setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"},
                 [] {
                   const rlimit limit = {100 << 10, 100 << 10};
                   return setrlimit(RLIMIT_FSIZE, &limit) == 0;
                 }),
             0);  // not ended by SIGXFSZ
-  EXPECT_EQ(Snapshots({"out/big.bin"}), before);
+  EXPECT_EQ(Snapshots(olds), before);
   EXPECT_EQ(Leftovers(), 0);
-  ExpectLogged({"Error: Error writing to '" + work_.root() + "/out/big.bin', File too large"});
+  const std::string dir = work_.root();
+  ExpectLogged({"Error: Error opening '" + dir + "/src/secret.conf' for read, Permission denied",
+                "Error: Error opening '" + dir + "/ro/big.bin' for write, Read-only file system",
+                "Error: Error writing to '" + dir + "/out/big.bin', File too large"});
 }
 
 TEST_F(SafetyTest, SignalInTheMiddleOfACopyEndsTheRunWithNothingHalfDone) {
@@ -229,6 +251,30 @@ TEST_F(SafetyTest, SignalInTheMiddleOfACopyEndsTheRunWithNothingHalfDone) {
   EXPECT_EQ(Leftovers(), 0);
   ExpectLogged({"Error: Interrupted by signal 15 (Terminated), stopping..."});
   EXPECT_EQ(Out().find("<Press enter to exit>"), std::string::npos);
+}
+
+TEST_F(SafetyTest, LinksPlantedInATreeLeadNowhere) {
+  work_.Write("secret", "root only");
+  work_.Write("outside/f", "x");
+  for (const char* f : {"secret", "outside", "outside/f"}) chmod(work_.Path(f).c_str(), 0600);
+  work_.Write("app/bin/run", "");
+  fs::create_directories(work_.Path("app/data"));
+  for (const char* link : {"app/data/x", "app/data/w"}) {
+    fs::create_symlink("../../secret", work_.Path(link));
+  }
+  fs::create_directory_symlink("../../outside", work_.Path("app/data/d"));
+  const Strings kept = {"secret", "outside", "outside/f", "app/data/x", "app/data/d"};
+  const Strings before = Snapshots(kept);
+
+  EXPECT_EQ(Run("Chown $(current_dir)/app/* - nobody:nogroup\n"
+                "Chmod $(current_dir)/app/* - 777\n"
+                "WFile $(current_dir)/app/data/w product\n"),
+            0);
+  EXPECT_EQ(Snapshots(kept), before);
+  EXPECT_EQ(Snapshots({"app/bin/run", "app/data/w"}),
+            (Strings{std::to_string(S_IFREG | 0777) + " 65534:65534 ",
+                     std::to_string(S_IFREG | 0644) + " 0:0 Safe"}));
+  ExpectLogged({"Debug: Not following link '" + work_.Path("app/data/x") + "'"});
 }
 
 // The root file system is made read-only for the run, so that even a
