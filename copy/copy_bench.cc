@@ -14,13 +14,9 @@
 // A round count of 0 times the loading only.
 #include <fcntl.h>
 #include <pwd.h>
-#include <spawn.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -30,6 +26,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/race.h"
 #include "bench/trees.h"
 #include "benchmark/benchmark.h"
 #include "copy/copy.h"
@@ -37,25 +34,10 @@
 #include "installer/runs.h"
 #include "lib/log.h"
 
-extern char** environ;
-
 namespace inst {
 namespace {
 
 namespace fs = std::filesystem;
-
-// A fresh directory under base, removed with everything in it at the end.
-struct TempDir {
-  explicit TempDir(const std::string& base) {
-    std::string pattern = base + "/copy_bench.XXXXXX";
-    if (mkdtemp(pattern.data()) != nullptr) path = pattern;
-  }
-  ~TempDir() {
-    std::error_code ignored;
-    if (!path.empty()) fs::remove_all(path, ignored);
-  }
-  std::string path;
-};
 
 // A script of `commands` lines of every kind of field, each source and
 // destination with a reference, some with control settings.
@@ -77,7 +59,7 @@ std::string script_text(int commands) {
 
 void LoadScript(benchmark::State& state, bool logging) {
   const int commands = static_cast<int>(state.range(0));
-  TempDir dir("/tmp");
+  bench::TempDir dir("/tmp", "copy_bench");
   const std::string file = dir.path + "/install.cpy";
   std::ofstream(file) << script_text(commands);
   Log* log = log_init(logging ? LogDebug : LogError);
@@ -114,46 +96,6 @@ BENCHMARK(BM_LoadScriptQuiet)
     ->Unit(benchmark::kMillisecond)
     ->Complexity(benchmark::oN);
 
-// Wall and processor time (this process and its waited-for children).
-struct Times {
-  double wall = 0;
-  double cpu = 0;
-};
-
-double cpu_now() {
-  double total = 0;
-  for (int who : {RUSAGE_SELF, RUSAGE_CHILDREN}) {
-    rusage usage;
-    getrusage(who, &usage);
-    total += usage.ru_utime.tv_sec + usage.ru_utime.tv_usec / 1e6;
-    total += usage.ru_stime.tv_sec + usage.ru_stime.tv_usec / 1e6;
-  }
-  return total;
-}
-
-// Runs work, adds its times to *sum, then flushes the file system's delayed
-// work outside the timing. Returns what work returned.
-bool timed(const std::function<bool()>& work, Times* sum) {
-  const double cpu = cpu_now();
-  const auto start = std::chrono::steady_clock::now();
-  const bool good = work();
-  sum->wall += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  sum->cpu += cpu_now() - cpu;
-  sync();
-  return good;
-}
-
-// Runs a system tool and waits for it; true when it exits with 0.
-bool tool(std::vector<std::string> args) {
-  std::vector<char*> argv;
-  for (std::string& a : args) argv.push_back(a.data());
-  argv.push_back(nullptr);
-  pid_t pid;
-  if (posix_spawnp(&pid, argv[0], nullptr, nullptr, argv.data(), environ) != 0) return false;
-  int status = 0;
-  return waitpid(pid, &status, 0) == pid && WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
-
 // Runs the one-command script `line` as an install does and checks that
 // the command handled `expected` files (0: any number).
 bool ours(Ini* ini, const std::string& root, const std::string& line, int expected) {
@@ -171,24 +113,9 @@ bool ours(Ini* ini, const std::string& root, const std::string& line, int expect
   return good;
 }
 
-// One operation timed both ways: prepare() runs untimed before each of the
-// two runs, mine() and theirs() are timed, clean() runs untimed after both.
-struct Race {
-  const char* name;
-  std::function<void()> prepare;
-  std::function<bool()> mine;
-  std::function<bool()> theirs;
-  std::function<void()> clean;
-};
-
-// The ratios ours/theirs of every round.
-struct Ratios {
-  std::vector<double> wall, cpu;
-};
-
 // Times one place; returns false when an operation went wrong.
 bool bench_place(const std::string& base, int rounds, const std::string& owner) {
-  TempDir dir(base);
+  bench::TempDir dir(base, "copy_bench");
   if (dir.path.empty()) {
     std::perror(base.c_str());
     return false;
@@ -218,39 +145,39 @@ bool bench_place(const std::string& base, int rounds, const std::string& owner) 
   auto tree_copies = [&] {
     fs::remove_all(mine);
     fs::remove_all(theirs);
-    tool({"cp", "-r", root + "/src/small", mine});
-    tool({"cp", "-r", root + "/src/small", theirs});
+    bench::tool({"cp", "-r", root + "/src/small", mine});
+    bench::tool({"cp", "-r", root + "/src/small", theirs});
     sync();
   };
   auto nothing = [] {};
-  Race races[] = {
+  bench::Race races[] = {
       {"CopyDir", fresh,
        [&] { return ours(ini, root, "CopyDir " + root + "/src/small - " + mine, small_files + 1); },
        [&] {
-         return tool({"cp", "-r", root + "/src/small", theirs});
+         return bench::tool({"cp", "-r", root + "/src/small", theirs});
        },
        nothing},
       {"CopyFile", fresh,
        [&] { return ours(ini, root, "CopyFile " + root + "/src/big/big.bin - " + mine, 1); },
        [&] {
-         return tool({"cp", "-r", root + "/src/big", theirs});
+         return bench::tool({"cp", "-r", root + "/src/big", theirs});
        },
        nothing},
       {"Chmod", nothing,
        [&] { return ours(ini, root, "Chmod " + tree + " - 755", small_files + 1); },
        [&] {
-         return tool({"chmod", "-R", "755", tree});
+         return bench::tool({"chmod", "-R", "755", tree});
        },
        nothing},
       {"Chown", nothing,
        [&] { return ours(ini, root, "Chown " + tree + " - " + owner, small_files + 1); },
        [&] {
-         return tool({"chown", "-R", owner + ":" + owner, tree});
+         return bench::tool({"chown", "-R", owner + ":" + owner, tree});
        },
        nothing},
       {"RmDir", tree_copies, [&] { return ours(ini, root, "RmDir " + mine + " -", 0); },
        [&] {
-         return tool({"rm", "-rf", theirs});
+         return bench::tool({"rm", "-rf", theirs});
        },
        [&] {
          fs::remove_all(mine);
@@ -265,39 +192,17 @@ bool bench_place(const std::string& base, int rounds, const std::string& owner) 
   dup2(null_fd, STDOUT_FILENO);
   close(null_fd);
 
-  bool good = tool({"cp", "-r", root + "/src/small", tree});
-  Ratios ratios[std::size(races)];
-  for (size_t r = 0; r < std::size(races); ++r) {
-    const Race& race = races[r];
-    for (int round = 0; round < rounds; ++round) {
-      // Which side goes first after a removal matters on disk, so every
-      // round runs both orders on fresh destinations and compares the sums.
-      Times t_mine, t_theirs;
-      for (int order = 0; order < 2; ++order) {
-        race.prepare();
-        if (order == 0) {
-          good = timed(race.mine, &t_mine) && good;
-          good = timed(race.theirs, &t_theirs) && good;
-        } else {
-          good = timed(race.theirs, &t_theirs) && good;
-          good = timed(race.mine, &t_mine) && good;
-        }
-        race.clean();
-      }
-      ratios[r].wall.push_back(t_mine.wall / t_theirs.wall);
-      ratios[r].cpu.push_back(t_mine.cpu / t_theirs.cpu);
-      std::fprintf(stderr, "  round %d %-8s ours %.3f s (cpu %.3f)  tool %.3f s (cpu %.3f)  %.3f\n",
-                   round + 1, race.name, t_mine.wall, t_mine.cpu, t_theirs.wall, t_theirs.cpu,
-                   t_mine.wall / t_theirs.wall);
-    }
-  }
+  bool good = bench::tool({"cp", "-r", root + "/src/small", tree});
+  bench::Ratios ratios[std::size(races)];
+  for (size_t r = 0; r < std::size(races); ++r)
+    ratios[r] = bench::run_race(races[r], rounds, &good);
   std::fflush(stdout);
   dup2(saved_stdout, STDOUT_FILENO);
   close(saved_stdout);
 
   std::printf("%s: median ratio ours/tool over %d rounds:", base.c_str(), rounds);
   for (size_t r = 0; r < std::size(races); ++r) {
-    std::printf(" %s %.3f (cpu %.3f);", races[r].name, bench::median(ratios[r].wall),
+    std::printf(" %s %.3f (cpu %.3f);", races[r].name.c_str(), bench::median(ratios[r].wall),
                 bench::median(ratios[r].cpu));
   }
   std::printf("\n");
