@@ -26,6 +26,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/command.h"
 #include "bench/race.h"
 #include "bench/trees.h"
 #include "benchmark/benchmark.h"
@@ -96,23 +97,6 @@ BENCHMARK(BM_LoadScriptQuiet)
     ->Unit(benchmark::kMillisecond)
     ->Complexity(benchmark::oN);
 
-// Runs the one-command script `line` as an install does and checks that
-// the command handled `expected` files (0: any number).
-bool ours(Ini* ini, const std::string& root, const std::string& line, int expected) {
-  const std::string file = root + "/bench.cpy";
-  std::ofstream(file) << "[bench]\n" << line << "\n";
-  Copy* copy = copy_init(ini);
-  copy_setup(copy, printdot, printerror);
-  unsigned long files = 0;
-  unsigned long bytes = 0;
-  const bool good = copy_load(copy, file.c_str(), "bench") == 1 &&
-                    copy_process(copy, &files, &bytes, 1) == 1 &&
-                    (expected == 0 || files == static_cast<unsigned long>(expected));
-  copy_free(&copy);
-  if (!good) std::fprintf(stderr, "'%s' handled %lu files\n", line.c_str(), files);
-  return good;
-}
-
 // Times one place; returns false when an operation went wrong.
 bool bench_place(const std::string& base, int rounds, const std::string& owner) {
   bench::TempDir dir(base, "copy_bench");
@@ -152,30 +136,32 @@ bool bench_place(const std::string& base, int rounds, const std::string& owner) 
   auto nothing = [] {};
   bench::Race races[] = {
       {"CopyDir", fresh,
-       [&] { return ours(ini, root, "CopyDir " + root + "/src/small - " + mine, small_files + 1); },
+       [&] {
+         return bench::ours(ini, root, "CopyDir " + root + "/src/small - " + mine, small_files + 1);
+       },
        [&] {
          return bench::tool({"cp", "-r", root + "/src/small", theirs});
        },
        nothing},
       {"CopyFile", fresh,
-       [&] { return ours(ini, root, "CopyFile " + root + "/src/big/big.bin - " + mine, 1); },
+       [&] { return bench::ours(ini, root, "CopyFile " + root + "/src/big/big.bin - " + mine, 1); },
        [&] {
          return bench::tool({"cp", "-r", root + "/src/big", theirs});
        },
        nothing},
       {"Chmod", nothing,
-       [&] { return ours(ini, root, "Chmod " + tree + " - 755", small_files + 1); },
+       [&] { return bench::ours(ini, root, "Chmod " + tree + " - 755", small_files + 1); },
        [&] {
          return bench::tool({"chmod", "-R", "755", tree});
        },
        nothing},
       {"Chown", nothing,
-       [&] { return ours(ini, root, "Chown " + tree + " - " + owner, small_files + 1); },
+       [&] { return bench::ours(ini, root, "Chown " + tree + " - " + owner, small_files + 1); },
        [&] {
          return bench::tool({"chown", "-R", owner + ":" + owner, tree});
        },
        nothing},
-      {"RmDir", tree_copies, [&] { return ours(ini, root, "RmDir " + mine + " -", 0); },
+      {"RmDir", tree_copies, [&] { return bench::ours(ini, root, "RmDir " + mine + " -", 0); },
        [&] {
          return bench::tool({"rm", "-rf", theirs});
        },

@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/command.h"
 #include "bench/race.h"
 #include "bench/trees.h"
 #include "copy/copy.h"
@@ -31,23 +32,6 @@ namespace inst {
 namespace {
 
 namespace fs = std::filesystem;
-
-// Runs the one-command script `line` as an install does and checks that
-// the command handled `expected` files (0: any number).
-bool ours(Ini* ini, const std::string& root, const std::string& line, int expected) {
-  const std::string file = root + "/bench.cpy";
-  std::ofstream(file) << "[bench]\n" << line << "\n";
-  Copy* copy = copy_init(ini);
-  copy_setup(copy, printdot, printerror);
-  unsigned long files = 0;
-  unsigned long bytes = 0;
-  const bool good = copy_load(copy, file.c_str(), "bench") == 1 &&
-                    copy_process(copy, &files, &bytes, 1) == 1 &&
-                    (expected == 0 || files == static_cast<unsigned long>(expected));
-  copy_free(&copy);
-  if (!good) std::fprintf(stderr, "'%s' handled %lu files\n", line.c_str(), files);
-  return good;
-}
 
 // Times the three walks over a tree of `dirs` directories in one place;
 // returns false when an operation went wrong.
@@ -88,17 +72,18 @@ bool bench_tree(const std::string& base, int dirs, int rounds, const std::string
   auto nothing = [] {};
   const bench::Race races[] = {
       {"Chown", nothing,
-       [&] { return ours(ini, root, "Chown " + tree + " - " + owner, entries + 1); },
+       [&] { return bench::ours(ini, root, "Chown " + tree + " - " + owner, entries + 1); },
        [&] {
          return bench::tool({"chown", "-R", owner + ":" + owner, tree});
        },
        nothing},
-      {"Chmod", nothing, [&] { return ours(ini, root, "Chmod " + tree + " - 755", entries + 1); },
+      {"Chmod", nothing,
+       [&] { return bench::ours(ini, root, "Chmod " + tree + " - 755", entries + 1); },
        [&] {
          return bench::tool({"chmod", "-R", "755", tree});
        },
        nothing},
-      {"RmDir", two_copies, [&] { return ours(ini, root, "RmDir " + mine + " -", 0); },
+      {"RmDir", two_copies, [&] { return bench::ours(ini, root, "RmDir " + mine + " -", 0); },
        [&] {
          return bench::tool({"rm", "-rf", theirs});
        },
