@@ -4,6 +4,8 @@
 #ifndef INSTALLER_BENCH_RACE_H_
 #define INSTALLER_BENCH_RACE_H_
 
+#include <fcntl.h>
+#include <pwd.h>
 #include <spawn.h>
 #include <stdlib.h>
 #include <sys/resource.h>
@@ -111,6 +113,20 @@ struct Ratios {
   std::vector<double> wall, cpu;
 };
 
+// The directories a benchmark works in: its arguments from argv[2] on, else
+// /dev/shm (a tmpfs) and /var/tmp (disk).
+inline std::vector<std::string> places(int argc, char** argv) {
+  std::vector<std::string> dirs(argv + std::min(argc, 2), argv + argc);
+  if (dirs.empty()) dirs = {"/dev/shm", "/var/tmp"};
+  return dirs;
+}
+
+// The user running the benchmark, whom Chown and chown -R give the trees to.
+inline std::string owner() {
+  const passwd* me = getpwuid(geteuid());
+  return me != nullptr ? me->pw_name : "root";
+}
+
 // Runs `rounds` rounds of the race. Which side goes first after a removal
 // matters on disk, so every round runs both orders, each after its own
 // prepare(), and compares the sums. Prints each round on standard error;
@@ -136,6 +152,24 @@ inline Ratios run_race(const Race& race, int rounds, bool* good) {
                  round + 1, race.name.c_str(), t_mine.wall, t_mine.cpu, t_theirs.wall, t_theirs.cpu,
                  t_mine.wall / t_theirs.wall);
   }
+  return ratios;
+}
+
+// Runs every race in turn, as run_race does, with standard output sent to
+// /dev/null meanwhile: the progress dots go where an unattended install's
+// output might, nowhere. Returns the ratios in the races' order.
+template <typename Races>
+std::vector<Ratios> run_races(const Races& races, int rounds, bool* good) {
+  std::fflush(stdout);
+  const int saved_stdout = dup(STDOUT_FILENO);
+  const int null_fd = open("/dev/null", O_WRONLY);
+  dup2(null_fd, STDOUT_FILENO);
+  close(null_fd);
+  std::vector<Ratios> ratios;
+  for (const Race& race : races) ratios.push_back(run_race(race, rounds, good));
+  std::fflush(stdout);
+  dup2(saved_stdout, STDOUT_FILENO);
+  close(saved_stdout);
   return ratios;
 }
 

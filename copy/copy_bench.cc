@@ -12,8 +12,6 @@
 //
 // Usage: copy_bench [--benchmark_... flags] [rounds [directory...]]
 // A round count of 0 times the loading only.
-#include <fcntl.h>
-#include <pwd.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -171,23 +169,11 @@ bool bench_place(const std::string& base, int rounds, const std::string& owner) 
        }},
   };
 
-  // The progress dots go where an unattended install's output might: nowhere.
-  std::fflush(stdout);
-  const int saved_stdout = dup(STDOUT_FILENO);
-  const int null_fd = open("/dev/null", O_WRONLY);
-  dup2(null_fd, STDOUT_FILENO);
-  close(null_fd);
-
   bool good = bench::tool({"cp", "-r", root + "/src/small", tree});
-  bench::Ratios ratios[std::size(races)];
-  for (size_t r = 0; r < std::size(races); ++r)
-    ratios[r] = bench::run_race(races[r], rounds, &good);
-  std::fflush(stdout);
-  dup2(saved_stdout, STDOUT_FILENO);
-  close(saved_stdout);
+  const std::vector<bench::Ratios> ratios = bench::run_races(races, rounds, &good);
 
   std::printf("%s: median ratio ours/tool over %d rounds:", base.c_str(), rounds);
-  for (size_t r = 0; r < std::size(races); ++r) {
+  for (size_t r = 0; r < ratios.size(); ++r) {
     std::printf(" %s %.3f (cpu %.3f);", races[r].name.c_str(), bench::median(ratios[r].wall),
                 bench::median(ratios[r].cpu));
   }
@@ -207,14 +193,10 @@ int main(int argc, char** argv) {
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
   const int rounds = argc > 1 ? std::max(0, std::atoi(argv[1])) : 5;
-  std::vector<std::string> places;
-  for (int i = 2; i < argc; ++i) places.push_back(argv[i]);
-  if (places.empty()) places = {"/dev/shm", "/var/tmp"};
-  const passwd* me = getpwuid(geteuid());
-  const std::string owner = me != nullptr ? me->pw_name : "root";
+  const std::string owner = bench::owner();
   bool good = true;
-  for (int i = 0; rounds > 0 && i < static_cast<int>(places.size()); ++i) {
-    good = inst::bench_place(places[static_cast<size_t>(i)], rounds, owner) && good;
+  for (const std::string& place : bench::places(argc, argv)) {
+    if (rounds > 0) good = inst::bench_place(place, rounds, owner) && good;
   }
   return good ? 0 : 1;
 }

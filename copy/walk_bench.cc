@@ -9,8 +9,6 @@
 //
 // Usage: walk_bench [rounds [directory...]]   (5 rounds; /dev/shm and /var/tmp)
 //        WALK_BENCH_DIRS=100 walk_bench ...    only the tree of 100 directories
-#include <fcntl.h>
-#include <pwd.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -90,17 +88,7 @@ bool bench_tree(const std::string& base, int dirs, int rounds, const std::string
        remove_both},
   };
 
-  // The progress dots go where an unattended install's output might: nowhere.
-  std::fflush(stdout);
-  const int saved_stdout = dup(STDOUT_FILENO);
-  const int null_fd = open("/dev/null", O_WRONLY);
-  dup2(null_fd, STDOUT_FILENO);
-  close(null_fd);
-  std::vector<bench::Ratios> ratios;
-  for (const bench::Race& race : races) ratios.push_back(bench::run_race(race, rounds, &good));
-  std::fflush(stdout);
-  dup2(saved_stdout, STDOUT_FILENO);
-  close(saved_stdout);
+  const std::vector<bench::Ratios> ratios = bench::run_races(races, rounds, &good);
 
   std::printf("%s, %d entries, %d rounds: ours/tool median (min-max)", base.c_str(), entries,
               rounds);
@@ -124,15 +112,11 @@ bool bench_tree(const std::string& base, int dirs, int rounds, const std::string
 
 int main(int argc, char** argv) {
   const int rounds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 5;
-  std::vector<std::string> places;
-  for (int i = 2; i < argc; ++i) places.push_back(argv[i]);
-  if (places.empty()) places = {"/dev/shm", "/var/tmp"};
   std::vector<int> sizes = {100, 1000};
   if (const char* only = std::getenv("WALK_BENCH_DIRS")) sizes = {std::max(1, std::atoi(only))};
-  const passwd* me = getpwuid(geteuid());
-  const std::string owner = me != nullptr ? me->pw_name : "root";
+  const std::string owner = bench::owner();
   bool good = true;
-  for (const std::string& place : places) {
+  for (const std::string& place : bench::places(argc, argv)) {
     for (int dirs : sizes) good = inst::bench_tree(place, dirs, rounds, owner) && good;
   }
   return good ? 0 : 1;

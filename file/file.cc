@@ -14,7 +14,6 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <random>
 #include <vector>
 
 #include "lib/accounts.h"
@@ -23,6 +22,7 @@
 #include "lib/log.h"
 #include "lib/paths.h"
 #include "lib/strings.h"
+#include "lib/tempfile.h"
 #include "lib/wild.h"
 
 namespace inst {
@@ -135,20 +135,6 @@ bool write_all(int fd, const char* data, size_t size) {
   return true;
 }
 
-// A letter or digit for temporary names, from a generator started from the
-// system's entropy, the clock and the process id.
-char random_name_char() {
-  static const char kChars[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
-  static std::mt19937_64 engine = [] {
-    unsigned long long seed = static_cast<unsigned long long>(time(nullptr)) ^
-                              (static_cast<unsigned long long>(getpid()) << 32);
-    unsigned long long entropy = 0;
-    if (getentropy(&entropy, sizeof entropy) == 0) seed ^= entropy;
-    return std::mt19937_64(seed);
-  }();
-  return kChars[engine() % (sizeof kChars - 1)];
-}
-
 // Creates a fresh file ".instkit.XXXXXX" (six random letters and digits) in
 // the directory of path with the given mode (less the umask), and stores its
 // name in *temp. Returns the descriptor, or -1 with errno set.
@@ -157,7 +143,7 @@ int create_temp_beside(const std::string& path, mode_t mode, std::string* temp) 
   const size_t dir_length = sep == nullptr ? 0 : static_cast<size_t>(sep - path.c_str()) + 1;
   for (int attempt = 0; attempt < kTempAttempts; ++attempt) {
     temp->assign(path, 0, dir_length).append(".instkit.");
-    for (int i = 0; i < 6; ++i) temp->push_back(random_name_char());
+    for (int i = 0; i < 6; ++i) temp->push_back(tempfile_char());
     const int fd = ::open(temp->c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
     if (fd >= 0 || errno != EEXIST) return fd;
   }

@@ -22,9 +22,9 @@ constexpr std::string_view kTemplateXs = "XXXXXX";
 // Attempts at a fresh name before giving up.
 constexpr int kTempAttempts = 1000;
 
-// A letter or digit from a generator started from the system's entropy when
-// it gives some, and from the clock and the process id in any case.
-char random_name_char() {
+}  // namespace
+
+char tempfile_char() {
   static const char kChars[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
   static std::mt19937_64 engine = [] {
     unsigned long long start = static_cast<unsigned long long>(time(nullptr)) ^
@@ -36,8 +36,6 @@ char random_name_char() {
   return kChars[engine() % (sizeof kChars - 1)];
 }
 
-}  // namespace
-
 char* tempfile(char* buf, int size, const char* dir, const char* templ) {
   if (buf == nullptr || size < 1) return nullptr;
   char name[128];
@@ -46,7 +44,7 @@ char* tempfile(char* buf, int size, const char* dir, const char* templ) {
   if (given.ends_with(kTemplateXs)) {
     char* xs = name + given.size() - kTemplateXs.size();
     for (int attempt = 0; attempt < kTempAttempts; ++attempt) {
-      for (size_t i = 0; i < kTemplateXs.size(); ++i) xs[i] = random_name_char();
+      for (size_t i = 0; i < kTemplateXs.size(); ++i) xs[i] = tempfile_char();
       scpy(buf, dir, size);
       if (attach_path(buf, name, size) == nullptr) break;
       struct stat st;

@@ -15,6 +15,11 @@ namespace inst {
 // no fresh name is found; null for a null buf or a size below 1.
 char* tempfile(char* buf, int size, const char* dir, const char* templ);
 
+// One letter or digit for a temporary name, from a generator started from
+// the system's entropy when it gives some, and from the clock and the
+// process id in any case.
+char tempfile_char();
+
 }  // namespace inst
 
 #endif  // INSTALLER_LIB_TEMPFILE_H_
